@@ -1,0 +1,46 @@
+# Helpers for the test tree.
+#
+# tamberlo_add_gtest(NAME LABEL label SOURCES ... LIBS ... [MEDIA])
+#   Builds a GoogleTest executable and registers each of its tests with CTest under LABEL
+#   ("unit" tests run in the sanitizer build too). MEDIA makes the tests wait for the test-media
+#   fixture and passes its folder in TAMBERLO_TEST_MEDIA.
+function(tamberlo_add_gtest name)
+    cmake_parse_arguments(T "MEDIA" "LABEL" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${T_SOURCES})
+    target_link_libraries(${name} PRIVATE GTest::gtest GTest::gtest_main ${T_LIBS})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    set(env "TAMBERLO_APP_DIR=${TAMBERLO_APP_DIR}" "QT_QPA_PLATFORM=offscreen"
+            "TAMBERLO_OUTPUT=offline")
+    set(props LABELS ${T_LABEL})
+    if(T_MEDIA)
+        list(APPEND env "TAMBERLO_TEST_MEDIA=${TAMBERLO_TEST_MEDIA}")
+        list(APPEND props FIXTURES_REQUIRED test_media)
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+        WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/tests
+        PROPERTIES ${props} ENVIRONMENT "${env}")
+endfunction()
+
+# tamberlo_add_fuzzer(NAME SOURCES ... LIBS ... [SECONDS n])
+#   With TAMBERLO_BUILD_FUZZ (clang): builds a libFuzzer target and registers a bounded run
+#   (default 60 s) as a CTest test labelled "fuzz". The corpus starts from fuzz/NAME/ in the
+#   build tree; a target may seed it by putting files there before the run.
+function(tamberlo_add_fuzzer name)
+    if(NOT TAMBERLO_BUILD_FUZZ)
+        return()
+    endif()
+    cmake_parse_arguments(F "" "SECONDS" "SOURCES;LIBS" ${ARGN})
+    if(NOT F_SECONDS)
+        set(F_SECONDS 60)
+    endif()
+    add_executable(${name} ${F_SOURCES})
+    target_compile_options(${name} PRIVATE -fsanitize=fuzzer)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    target_link_libraries(${name} PRIVATE ${F_LIBS})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
+    set(corpus ${CMAKE_BINARY_DIR}/fuzz/${name}-corpus)
+    file(MAKE_DIRECTORY ${corpus})
+    add_test(NAME ${name}
+        COMMAND ${name} -max_total_time=${F_SECONDS} -rss_limit_mb=2048 -timeout=10 ${corpus})
+    set_tests_properties(${name} PROPERTIES LABELS fuzz TIMEOUT 600)
+endfunction()
