@@ -1,0 +1,37 @@
+#include "Result.h"
+
+#include <array>
+
+namespace audio {
+
+const char* errorString(Result result) {
+    static constexpr std::array texts = {
+        "No errors. ",
+        "Invalid handle: the channel or sound is stopped, released or null. ",
+        "Invalid parameter. ",
+        "File not found. ",
+        "File could not be read. ",
+        "Unsupported format. ",
+        "Corrupt data: the first frames do not decode. ",
+        "End of data. ",
+        "Seek failed. ",
+        "The sound system is not initialised. ",
+        "The output device could not be opened. ",
+        "Out of memory. ",
+        "Plug-in not found. ",
+        "Not a valid codec plug-in. ",
+        "Could not connect to the server. ",
+        "The stream stopped delivering data. ",
+        "Protocol or format not allowed. ",
+        "No free channel. ",
+        "Not supported for this sound. ",
+        "Internal error. ",
+    };
+    const int index = static_cast<int>(result);
+    if (index < 0 || index >= static_cast<int>(texts.size())) {
+        return "Unknown error. ";
+    }
+    return texts[static_cast<size_t>(index)];
+}
+
+} // namespace audio

@@ -1,0 +1,80 @@
+#pragma once
+// The interface every decoder implements (FFmpeg, libopenmpt, codec plug-ins), and the
+// factory that picks one for a source.
+//
+// Threading: a Decoder is not thread-safe. It is created on the caller's thread (usually the
+// GUI thread, inside System::createSound) and afterwards used by exactly one thread at a time:
+// the sound's decode worker, or the caller for open-only sounds. It is never touched by the
+// real-time output callback. openDecoder may block (file or network I/O, bounded by the
+// network timeouts).
+
+#include "Result.h"
+#include "SoundType.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace audio {
+
+class PluginRegistry;
+
+// Length value for sounds without a known end (live streams).
+inline constexpr uint64_t UnknownFrames = ~uint64_t{0};
+
+class Decoder {
+public:
+    virtual ~Decoder() = default;
+
+    // Sample rate of the decoded output in Hz (the sound's own rate; 1..768000).
+    virtual int sampleRate() const = 0;
+    virtual SoundType type() const = 0;
+    // Length of the current subsong in frames at sampleRate(), or UnknownFrames.
+    virtual uint64_t lengthFrames() const = 0;
+    // Size of the encoded source in bytes (file or memory block); 0 when unknown (streams).
+    virtual uint64_t lengthRawBytes() const = 0;
+    // Average encoded bit rate in bits per second, 0 when unknown.
+    virtual int64_t bitRate() const = 0;
+    // Number of subsongs, at least 1.
+    virtual int subsongCount() const = 0;
+    // Switches to subsong `index` (0-based) and positions at its start.
+    // Returns InvalidParameter for an index out of range.
+    virtual Result selectSubsong(int index) = 0;
+
+    // Decodes up to `frames` frames of interleaved stereo float samples (nominal range -1..1;
+    // mono is duplicated, more channels are mixed down) into `out` (room for 2 * frames floats).
+    // Returns the number of frames written; 0 means the end of the data. A read error (network
+    // gone, corrupt data past the start) also ends the data and is kept in lastError().
+    virtual size_t read(float* out, size_t frames) = 0;
+    // Moves to `frame` (0-based, at sampleRate()) exactly: the next read starts with that frame.
+    // Returns Unsupported for streams that cannot seek, SeekFailed past the end.
+    virtual Result seek(uint64_t frame) = 0;
+    // The error that ended the data, Ok if it ended normally or has not ended.
+    virtual Result lastError() const = 0;
+};
+
+// Network limits for URLs. Defaults suit a desktop player; tests shorten them.
+struct NetworkOptions {
+    int connectTimeoutMs = 5000; // from the request to the first byte of the answer
+    int readTimeoutMs = 5000;    // longest wait for more data once playing
+};
+
+// What to open: a path or an http(s) URL, or a memory block.
+struct DecoderSource {
+    std::string path;                                  // file path or URL; a name for memory
+    std::shared_ptr<const std::vector<uint8_t>> memory; // set: decode this block, not the path
+    bool accurateTime = false; // exact length and sample-accurate seeking (scans VBR at open)
+    NetworkOptions network;
+};
+
+// Picks the decoder for `source`: plug-ins first (those that claim the data), then libopenmpt
+// (by content, not by extension), then FFmpeg. A decoder is accepted only when it is confident
+// and its first frames decode, so random bytes and packed modules are refused.
+// Returns Ok with *out set, or FileNotFound, FileUnreadable, FormatUnsupported, FormatCorrupt,
+// NetworkConnect, ProtocolRefused.
+Result openDecoder(const DecoderSource& source, const PluginRegistry* plugins,
+                   std::unique_ptr<Decoder>* out);
+
+} // namespace audio
