@@ -1,6 +1,7 @@
 #include "Result.h"
 
 #include <array>
+#include <cstddef>
 
 namespace audio {
 
@@ -31,7 +32,7 @@ const char* errorString(Result result) {
     if (index < 0 || index >= static_cast<int>(texts.size())) {
         return "Unknown error. ";
     }
-    return texts[static_cast<size_t>(index)];
+    return texts[static_cast<std::size_t>(index)];
 }
 
 } // namespace audio
