@@ -1,13 +1,21 @@
 # Helpers for the test tree.
 #
-# tamberlo_add_gtest(NAME LABEL label SOURCES ... LIBS ... [MEDIA])
+# tamberlo_add_gtest(NAME LABEL label SOURCES ... LIBS ... [MEDIA] [QT])
 #   Builds a GoogleTest executable and registers each of its tests with CTest under LABEL
 #   ("unit" tests run in the sanitizer build too). MEDIA makes the tests wait for the test-media
-#   fixture and passes its folder in TAMBERLO_TEST_MEDIA.
+#   fixture and passes its folder in TAMBERLO_TEST_MEDIA. QT runs the tests inside a
+#   QApplication (offscreen), for widget tests.
 function(tamberlo_add_gtest name)
-    cmake_parse_arguments(T "MEDIA" "LABEL" "SOURCES;LIBS" ${ARGN})
-    add_executable(${name} ${T_SOURCES})
-    target_link_libraries(${name} PRIVATE GTest::gtest GTest::gtest_main ${T_LIBS})
+    cmake_parse_arguments(T "MEDIA;QT" "LABEL" "SOURCES;LIBS" ${ARGN})
+    if(T_QT)
+        add_executable(${name} ${T_SOURCES} ${PROJECT_SOURCE_DIR}/tests/support/QtTestMain.cpp)
+        find_package(Qt6 REQUIRED COMPONENTS Widgets Test)
+        target_link_libraries(${name} PRIVATE GTest::gtest Qt6::Widgets Qt6::Test ${T_LIBS})
+        set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    else()
+        add_executable(${name} ${T_SOURCES})
+        target_link_libraries(${name} PRIVATE GTest::gtest GTest::gtest_main ${T_LIBS})
+    endif()
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     set(env "TAMBERLO_APP_DIR=${TAMBERLO_APP_DIR}" "QT_QPA_PLATFORM=offscreen"
             "TAMBERLO_OUTPUT=offline")
