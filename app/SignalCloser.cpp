@@ -50,7 +50,8 @@ void SignalCloser::onSignalPipeReadable() {
     }
 }
 
-#else // Windows: the console's Ctrl+C ends the process; the window's own close path covers the rest.
+#else // Windows: the console's Ctrl+C ends the process; the window's own close path covers the
+      // rest.
 
 SignalCloser::SignalCloser(QWidget* windowToClose) : window_(windowToClose) {}
 SignalCloser::~SignalCloser() = default;

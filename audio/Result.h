@@ -9,24 +9,24 @@ namespace audio {
 // The numbers are stable (they appear in the log); new codes are added at the end.
 enum class Result : int {
     Ok = 0,
-    InvalidHandle = 1,   // a stale, stopped, released or null Channel/Sound/Dsp handle
+    InvalidHandle = 1, // a stale, stopped, released or null Channel/Sound/Dsp handle
     InvalidParameter = 2,
     FileNotFound = 3,
-    FileUnreadable = 4,  // exists but cannot be opened or read
+    FileUnreadable = 4,    // exists but cannot be opened or read
     FormatUnsupported = 5, // no decoder is confident about the data
-    FormatCorrupt = 6,   // a decoder accepted the header but the first frames do not decode
-    FileEndOfData = 7,   // read or seek past the end
+    FormatCorrupt = 6,     // a decoder accepted the header but the first frames do not decode
+    FileEndOfData = 7,     // read or seek past the end
     SeekFailed = 8,
-    NotReady = 9,        // the system is not initialised, or already closed
+    NotReady = 9,          // the system is not initialised, or already closed
     OutputInitFailed = 10, // the output device could not be opened
     OutOfMemory = 11,
-    PluginMissing = 12,  // plug-in file not found
-    PluginInvalid = 13,  // plug-in has no entry point, or a table of the wrong version
-    NetworkConnect = 14, // could not connect, or the connection timed out
-    NetworkRead = 15,    // a stream stopped delivering (timeout, server gone)
+    PluginMissing = 12,   // plug-in file not found
+    PluginInvalid = 13,   // plug-in has no entry point, or a table of the wrong version
+    NetworkConnect = 14,  // could not connect, or the connection timed out
+    NetworkRead = 15,     // a stream stopped delivering (timeout, server gone)
     ProtocolRefused = 16, // a URL scheme or an input format that is not allowed
     NoFreeChannel = 17,
-    Unsupported = 18,    // the operation does not apply to this sound (e.g. seeking a live stream)
+    Unsupported = 18, // the operation does not apply to this sound (e.g. seeking a live stream)
     Internal = 19,
 };
 
@@ -34,6 +34,8 @@ enum class Result : int {
 // Unknown codes give "Unknown error. ".
 const char* errorString(Result result);
 
-inline int code(Result result) { return static_cast<int>(result); }
+inline int code(Result result) {
+    return static_cast<int>(result);
+}
 
 } // namespace audio

@@ -34,8 +34,8 @@ enum class SoundType : int {
     VAG,
     // Extensions (24 and up).
     Opus = 24,
-    OtherModule,   // a tracker format other than MOD/S3M/XM/IT (MTM, 669, MED, ...)
-    OtherFfmpeg,   // a format FFmpeg decodes that has no own entry here (ALAC, APE, WavPack, ...)
+    OtherModule, // a tracker format other than MOD/S3M/XM/IT (MTM, 669, MED, ...)
+    OtherFfmpeg, // a format FFmpeg decodes that has no own entry here (ALAC, APE, WavPack, ...)
 };
 
 } // namespace audio

@@ -38,9 +38,13 @@ constexpr int periods[36] = {856, 808, 762, 720, 678, 640, 604, 570, 538, 508, 4
                              214, 202, 190, 180, 170, 160, 151, 143, 135, 127, 120, 113};
 
 // Note index: semitone within the table above (0 = C-1).
-int period(int semitone) { return periods[semitone]; }
+int period(int semitone) {
+    return periods[semitone];
+}
 
-int8_t clip8(double v) { return static_cast<int8_t>(std::lround(std::clamp(v, -127.0, 127.0))); }
+int8_t clip8(double v) {
+    return static_cast<int8_t>(std::lround(std::clamp(v, -127.0, 127.0)));
+}
 
 Sample makeBass() {
     Sample s{"tamberlo bass", {}, 56, true};

@@ -1,0 +1,22 @@
+#pragma once
+// Paints every image of the player's skin in logical pixels; the caller chooses the scale.
+
+#include <QPainter>
+#include <QSize>
+#include <QString>
+
+#include <functional>
+#include <vector>
+
+namespace skin {
+
+struct SkinImage {
+    QString fileName;                     // e.g. "play.png"
+    QSize size;                           // logical size in pixels
+    std::function<void(QPainter&)> paint; // draws into (0, 0, size)
+};
+
+// Every image the player and playlist windows load from Resources/, in a fixed order.
+std::vector<SkinImage> allSkinImages();
+
+} // namespace skin
