@@ -16,10 +16,22 @@
 
 #include <cstdint>
 
+// A byte condition that a chain test needs before it can accept: the byte at position + offset
+// lies inside the input and (byte & mask) == value (mask 0 is always true). The scan uses the
+// gates to skip positions in bulk; a test without gates runs at every position whose byte is at
+// most 0x40.
+struct ScanGate {
+    std::int8_t offset = 0;
+    std::uint8_t mask = 0;
+    std::uint8_t value = 0;
+};
+
 struct FormatSteps {
     int (*test)(RipState&) = nullptr; // nullptr: not built, rejects
     void (*rip)(RipState&) = nullptr;
     void (*depack)(RipState&) = nullptr; // nullptr: recognised only, no output
+    bool gated = false;                  // chain formats only: both gates must hold
+    ScanGate gates[2]{};
 };
 
 enum class FormatId : std::uint8_t {

@@ -2,6 +2,7 @@
 
 #include "Formats.h"
 #include "InputBytes.h"
+#include "ScanCandidates.h"
 #include "ScanOrder.h"
 #include "formats/MultiChannel.h"
 
@@ -28,6 +29,7 @@ struct ActiveScanOrder {
     std::array<std::vector<ActiveTagRow>, 256> tagsByFirstByte;
     const FormatSteps* powerMusic = nullptr;
     const FormatSteps* xann = nullptr;
+    CandidateRules candidates;
 
     ActiveScanOrder() {
         for (const ChainEntry& entry : chainOrder())
@@ -45,6 +47,23 @@ struct ActiveScanOrder {
             powerMusic = &formatSteps(FormatId::PowerMusic);
         if (formatSteps(FormatId::XannPacker).test)
             xann = &formatSteps(FormatId::XannPacker);
+        for (const ActiveChainEntry& entry : chain) {
+            if (entry.steps->gated)
+                candidates.lowByteGates.emplace_back(entry.steps->gates[0], entry.steps->gates[1]);
+            else
+                candidates.everyLowByte = true;
+        }
+        for (const auto& rows : tagsByFirstByte)
+            for (const ActiveTagRow& active : rows) {
+                const std::string_view tag = active.row->tag;
+                candidates.exactBytes.emplace_back(
+                    static_cast<std::uint8_t>(tag[0]),
+                    tag.size() > 1 ? static_cast<std::uint8_t>(tag[1]) : -1);
+            }
+        if (powerMusic)
+            candidates.exactBytes.emplace_back('!', 'P');
+        if (xann)
+            candidates.exactBytes.emplace_back('<', -1);
     }
 };
 
@@ -141,8 +160,11 @@ void scanTags(RipState& state, const std::vector<ActiveTagRow>& rows) {
 void scanInput(RipState& state) {
     const ActiveScanOrder& order = activeOrder();
     const std::uint8_t* input = state.input;
-    for (state.position = 0; state.position < static_cast<std::uint32_t>(state.inputSize - 64);
-         ++state.position) {
+    const auto end = static_cast<std::uint32_t>(state.inputSize - 64);
+    CandidateFinder finder(order.candidates, input, static_cast<std::uint32_t>(state.inputSize),
+                           end);
+    for (state.position = finder.next(0); state.position < end;
+         state.position = finder.next(state.position + 1)) {
         const std::uint8_t b = input[state.position];
         if (b == 0 && sixtyFourZeros(input + state.position)) {
             state.position += 62;
