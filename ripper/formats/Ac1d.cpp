@@ -16,7 +16,6 @@
 
 namespace {
 constexpr std::uint32_t kTagOffset = 2;
-constexpr std::uint32_t kHeaderBytes = 896;
 constexpr std::uint32_t kRecords = 8;
 constexpr std::uint32_t kPatternTable = 256;
 constexpr std::uint32_t kOrderList = 768;
