@@ -3,30 +3,34 @@
 # tamberlo_add_gtest(NAME LABEL label SOURCES ... LIBS ... [MEDIA] [QT])
 #   Builds a GoogleTest executable and registers each of its tests with CTest under LABEL
 #   ("unit" tests run in the sanitizer build too). MEDIA makes the tests wait for the test-media
-#   fixture and passes its folder in TAMBERLO_TEST_MEDIA. QT runs the tests inside a
+#   fixture; every test binary finds it in TAMBERLO_TEST_MEDIA. QT runs the tests inside a
 #   QApplication (offscreen), for widget tests.
 function(tamberlo_add_gtest name)
     cmake_parse_arguments(T "MEDIA;QT" "LABEL" "SOURCES;LIBS" ${ARGN})
+    set(support ${PROJECT_SOURCE_DIR}/tests/support/TestEnvironment.cpp)
     if(T_QT)
-        add_executable(${name} ${T_SOURCES} ${PROJECT_SOURCE_DIR}/tests/support/QtTestMain.cpp)
+        add_executable(${name} ${T_SOURCES} ${support}
+                       ${PROJECT_SOURCE_DIR}/tests/support/QtTestMain.cpp)
         find_package(Qt6 REQUIRED COMPONENTS Widgets Test)
         target_link_libraries(${name} PRIVATE GTest::gtest Qt6::Widgets Qt6::Test ${T_LIBS})
         set_target_properties(${name} PROPERTIES AUTOMOC ON)
     else()
-        add_executable(${name} ${T_SOURCES})
+        add_executable(${name} ${T_SOURCES} ${support})
         target_link_libraries(${name} PRIVATE GTest::gtest GTest::gtest_main ${T_LIBS})
     endif()
+    # The environment is compiled in (tests/support/TestEnvironment.cpp): properties of
+    # discovered tests cannot carry a list such as several ENVIRONMENT entries.
+    target_compile_definitions(${name} PRIVATE
+        TAMBERLO_TEST_APP_DIR="${TAMBERLO_APP_DIR}"
+        TAMBERLO_TEST_MEDIA_DIR="${CMAKE_BINARY_DIR}/test-media")
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-    set(env "TAMBERLO_APP_DIR=${TAMBERLO_APP_DIR}" "QT_QPA_PLATFORM=offscreen"
-            "TAMBERLO_OUTPUT=offline")
     set(props LABELS ${T_LABEL})
     if(T_MEDIA)
-        list(APPEND env "TAMBERLO_TEST_MEDIA=${TAMBERLO_TEST_MEDIA}")
         list(APPEND props FIXTURES_REQUIRED test_media)
     endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
         WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/tests
-        PROPERTIES ${props} ENVIRONMENT "${env}")
+        PROPERTIES ${props})
 endfunction()
 
 # tamberlo_add_fuzzer(NAME SOURCES ... LIBS ... [SECONDS n])
