@@ -57,7 +57,8 @@ PlaylistEntry entryForLine(std::string_view line, std::string_view folder, UrlCa
 }
 
 size_t lineCount(std::string_view contents) {
-    return static_cast<size_t>(std::count(contents.begin(), contents.end(), '\n')) + 1;
+    const auto ends = static_cast<size_t>(std::count(contents.begin(), contents.end(), '\n'));
+    return ends + (!contents.empty() && contents.back() != '\n' ? 1 : 0);
 }
 
 // Reads a whole regular file of at most MaxPlaylistFileBytes.

@@ -106,19 +106,24 @@ int PlaylistModel::removeRows(std::vector<int> rows, int currentSound) {
     }
     // One compaction pass, so removing many rows of a long list stays linear.
     std::vector<char> removed(entries_.size(), 0);
-    for (int row : rows) {
-        removed[static_cast<size_t>(row)] = 1;
-        if (currentSound > row) {
+    // From the highest row down, as a row-by-row removal would go: each removed row below the
+    // playing one moves it up by one.
+    for (auto row = rows.rbegin(); row != rows.rend(); ++row) {
+        removed[static_cast<size_t>(*row)] = 1;
+        if (currentSound > *row) {
             --currentSound;
         }
     }
     size_t kept = 0;
     for (size_t i = 0; i < entries_.size(); ++i) {
-        if (!removed[i]) {
+        if (removed[i]) {
+            continue;
+        }
+        if (kept != i) { // a self-move would empty the strings
             entries_[kept] = std::move(entries_[i]);
             unplayable_[kept] = unplayable_[i];
-            ++kept;
         }
+        ++kept;
     }
     entries_.resize(kept);
     unplayable_.resize(kept);
