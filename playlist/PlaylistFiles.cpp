@@ -14,17 +14,16 @@ enum class UrlCase { Exact, Any };
 // Calls `onLine` for every line of `contents`, without its line end.
 template <typename OnLine> void forEachLine(std::string_view contents, OnLine onLine) {
     while (!contents.empty()) {
-        const size_t end = contents.find('\n');
-        std::string_view line = contents.substr(0, end);
-        if (end != std::string_view::npos && !line.empty() && line.back() == '\r') {
-            line.remove_suffix(1);
-        }
+        const size_t end = contents.find_first_of("\r\n");
+        const std::string_view line = contents.substr(0, end);
         const size_t nul = line.find('\0');
         onLine(nul == std::string_view::npos ? line : line.substr(0, nul));
         if (end == std::string_view::npos) {
             break;
         }
-        contents.remove_prefix(end + 1);
+        const bool crlf =
+            contents[end] == '\r' && end + 1 < contents.size() && contents[end + 1] == '\n';
+        contents.remove_prefix(end + (crlf ? 2 : 1));
     }
 }
 
@@ -57,8 +56,9 @@ PlaylistEntry entryForLine(std::string_view line, std::string_view folder, UrlCa
 }
 
 size_t lineCount(std::string_view contents) {
-    const auto ends = static_cast<size_t>(std::count(contents.begin(), contents.end(), '\n'));
-    return ends + (!contents.empty() && contents.back() != '\n' ? 1 : 0);
+    size_t lines = 0;
+    forEachLine(contents, [&lines](std::string_view) { ++lines; });
+    return lines;
 }
 
 // Reads a whole regular file of at most MaxPlaylistFileBytes.

@@ -2,8 +2,9 @@
 // M3U and PLS playlist files: the two readers and the M3U writer.
 //
 // Line rules shared by both readers (all comparisons are ASCII, bytes are kept as they are):
-// - A line ends at "\n" or "\r\n"; text after the last line end is a line if it is not empty, so
-//   a blank line (also a doubled line end at the end of the file) is a line of its own.
+// - A line ends at "\n", "\r\n" or a lone "\r"; text after the last line end is a line if it is
+//   not empty, so a blank line (also a doubled line end at the end of the file) is a line of its
+//   own.
 // - A NUL byte ends the line's text.
 // - The line is classified before trimming:
 //   absolute (starts with '/', '\' or a drive letter and ':'): '\' -> '/'; path = line trimmed;

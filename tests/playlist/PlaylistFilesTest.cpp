@@ -85,6 +85,8 @@ INSTANTIATE_TEST_SUITE_P(Lines, M3uReading, ::testing::Values(
     ListCase{"BlankLineBetween", "/a.mp3\n\n/b.mp3\n",
              {{"a.mp3", "/a.mp3"}, {"", "@/"}, {"b.mp3", "/b.mp3"}}},
     ListCase{"DoubledLineEndAtEnd", "/a.mp3\r\n\r\n", {{"a.mp3", "/a.mp3"}, {"", "@/"}}},
+    ListCase{"LoneCarriageReturnsEndLines", "/a.mp3\r\r/b.mp3\r",
+             {{"a.mp3", "/a.mp3"}, {"", "@/"}, {"b.mp3", "/b.mp3"}}},
     ListCase{"NoFinalLineEnd", "/a.mp3\n/b.mp3", {{"a.mp3", "/a.mp3"}, {"b.mp3", "/b.mp3"}}},
     ListCase{"SpacesTrimmedAfterClassifying", "/x/ song.mp3 \r\n  y.mp3\n",
              {{"song.mp3", "/x/ song.mp3"}, {"y.mp3", "@/  y.mp3"}}},

@@ -57,7 +57,6 @@ ZipRig& zipRig() {
     static ZipRig rig = [] {
         ZipRig made;
         made.folder = fs::temp_directory_path() / ("tamberlo-fuzz-" + std::to_string(::getpid()));
-        fs::create_directories(made.folder);
         made.log = std::make_unique<LogFile>("/dev/null");
         PlaylistModel::Options options;
         options.tempFolder = QString::fromStdString((made.folder / "Tamberlo_tmp").string());
@@ -65,7 +64,6 @@ ZipRig& zipRig() {
         options.maxUnpackedMemberBytes = 1 << 20;
         made.model = std::make_unique<PlaylistModel>(*made.log, options);
         made.archive = (made.folder / "input.zip").string();
-        std::atexit([] { fs::remove_all(zipRig().folder); });
         return made;
     }();
     return rig;
@@ -78,7 +76,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
     checkListEntries(parseM3u(bytes, ListPath), false);
     checkListEntries(parsePls(bytes, ListPath), true);
 
+    // The folder lives only for one input: libFuzzer ends without running exit handlers.
     ZipRig& rig = zipRig();
+    fs::create_directories(rig.folder);
     if (std::FILE* file = std::fopen(rig.archive.c_str(), "wb")) {
         std::fwrite(data, 1, size, file);
         std::fclose(file);
@@ -90,5 +90,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
                 entry.path);
     }
     rig.model->clearList(true);
+    fs::remove_all(rig.folder);
     return 0;
 }
