@@ -15,7 +15,8 @@
 
 namespace fs = std::filesystem;
 using playlisttest::ScratchFolder;
-using TitlesAndPaths = std::vector<std::pair<std::string, std::string>>;
+using playlisttest::TitlesAndPaths;
+using playlisttest::titlesAndPaths;
 
 namespace {
 
@@ -27,17 +28,6 @@ TitlesAndPaths expand(TitlesAndPaths expected, const std::string& folder) {
         }
     }
     return expected;
-}
-
-TitlesAndPaths titlesAndPaths(const std::vector<PlaylistEntry>& entries) {
-    TitlesAndPaths out;
-    for (const PlaylistEntry& entry : entries) {
-        out.emplace_back(entry.title, entry.path);
-        // The readers set title and path only.
-        EXPECT_TRUE(entry.unused.empty() && entry.formatName.empty() && entry.info1.empty());
-        EXPECT_EQ(entry.lengthMs, 0u);
-    }
-    return out;
 }
 
 struct ListCase {

@@ -26,12 +26,6 @@ ScratchFolder::ScratchFolder() {
 
 ScratchFolder::~ScratchFolder() {
     std::error_code ignored;
-    for (auto it = fs::recursive_directory_iterator(path_, ignored);
-         it != fs::recursive_directory_iterator(); it.increment(ignored)) {
-        if (it->is_directory(ignored) && !it->is_symlink(ignored)) {
-            fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
-        }
-    }
     fs::remove_all(path_, ignored);
 }
 
@@ -105,9 +99,9 @@ ModelRig::ModelRig(std::int64_t maxMemberBytes)
                      [this](int row) { signalsSeen.push_back("changed " + std::to_string(row)); });
 }
 
-std::vector<std::pair<std::string, std::string>> ModelRig::titlesAndPaths() const {
-    std::vector<std::pair<std::string, std::string>> out;
-    for (const PlaylistEntry& entry : model->entries()) {
+TitlesAndPaths titlesAndPaths(const std::vector<PlaylistEntry>& entries) {
+    TitlesAndPaths out;
+    for (const PlaylistEntry& entry : entries) {
         out.emplace_back(entry.title, entry.path);
     }
     return out;

@@ -11,13 +11,13 @@
 
 #include <filesystem>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
 namespace playlisttest {
 
-// A fresh, empty folder under the system temporary folder, removed (permissions restored first)
-// when the object goes away.
+// A fresh, empty folder under the system temporary folder, removed when the object goes away.
 class ScratchFolder {
 public:
     ScratchFolder();
@@ -42,6 +42,9 @@ struct LogMessage {
     std::string text;
     friend bool operator==(const LogMessage&, const LogMessage&) = default;
 };
+inline void PrintTo(const LogMessage& message, std::ostream* out) {
+    *out << message.level << ": " << message.text;
+}
 std::vector<LogMessage> logMessages(const std::string& logPath);
 
 // Runs `command` with /bin/sh in `folder`; returns the exit status.
@@ -63,8 +66,10 @@ struct ModelRig {
     std::vector<std::string> signalsSeen;
 
     std::vector<LogMessage> messages() const { return logMessages(logPath); }
-    // (title, path) of every entry, in order.
-    std::vector<std::pair<std::string, std::string>> titlesAndPaths() const;
 };
+
+// (title, path) of every entry, in order.
+using TitlesAndPaths = std::vector<std::pair<std::string, std::string>>;
+TitlesAndPaths titlesAndPaths(const std::vector<PlaylistEntry>& entries);
 
 } // namespace playlisttest

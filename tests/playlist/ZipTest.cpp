@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <filesystem>
+#include <fstream>
 #include <regex>
 #include <string>
 #include <unzip.h>
@@ -42,22 +43,6 @@ void writeZipWithNames(const std::string& path,
     ASSERT_EQ(zipClose(archive, nullptr), ZIP_OK);
 }
 
-// Compression method of each member, in archive order.
-std::vector<int> compressionMethods(const std::string& path) {
-    std::vector<int> methods;
-    unzFile archive = unzOpen64(path.c_str());
-    for (int more = archive ? unzGoToFirstFile(archive) : UNZ_EOF; more == UNZ_OK;
-         more = unzGoToNextFile(archive)) {
-        unz_file_info64 info{};
-        unzGetCurrentFileInfo64(archive, &info, nullptr, 0, nullptr, 0, nullptr, 0);
-        methods.push_back(static_cast<int>(info.compression_method));
-    }
-    if (archive) {
-        unzClose(archive);
-    }
-    return methods;
-}
-
 // Checks that every entry is an unpacked file in the temporary folder named STEM_XXXXXX.tmp for
 // the given stems, in order, holding the given data.
 void expectUnpacked(const ModelRig& rig, const std::vector<std::string>& stems,
@@ -90,7 +75,10 @@ TEST(ZipArchives, NestedFoldersSameNamesStoredAndDeflatedMembers) {
                                   "dir/sub/deep.xm other/a.mod dir/b.raw"),
               0);
     const std::string archive = rig.folder.str() + "/Music.ZIP";
-    ASSERT_EQ(compressionMethods(archive), (std::vector<int>{0, 8, 0, 8, 8, 0}));
+    ASSERT_EQ(playlisttest::runIn(rig.folder.path(),
+                                  "unzip -v Music.ZIP | grep -q ' Stored .*/b.raw$' && "
+                                  "unzip -v Music.ZIP | grep -q ' Defl:N .*/a.mod$'"),
+              0);
 
     rig.model->addPaths({q(archive), q("/after.mp3")});
     EXPECT_EQ(rig.model->entry(4).path, "/after.mp3");
@@ -159,6 +147,40 @@ TEST(ZipArchives, BadArchivesAreLoggedAndKeepEarlierEntries) {
     };
     EXPECT_EQ(rig.messages(), expected);
     EXPECT_EQ(playlisttest::filesIn(rig.tempFolder).size(), 1u); // no partial file of bad.raw
+}
+
+TEST(ZipArchives, UnsupportedMethodAndUnwritableFolderEndTheArchiveWithALogLine) {
+    ModelRig rig;
+    rig.folder.write("src/ok.mod", "fine");
+    rig.folder.write("src/odd.mod", std::string(5000, 'z'));
+    rig.folder.write("src/after.mod", "never reached");
+    ASSERT_EQ(playlisttest::runIn(rig.folder.path() / "src",
+                                  "zip -q ../methods.zip ok.mod odd.mod after.mod"),
+              0);
+    // Give "odd.mod" compression method 14 in the central directory: unknown to the reader.
+    std::string bytes = readFile(rig.folder.str() + "/methods.zip");
+    const size_t centralName = bytes.find("odd.mod", bytes.find("odd.mod") + 1);
+    const size_t centralHeader = centralName - 46;
+    ASSERT_EQ(bytes.compare(centralHeader, 4, "PK\x01\x02"), 0);
+    bytes[centralHeader + 10] = 14;
+    bytes[centralHeader + 11] = 0;
+    const std::string archive = rig.folder.write("methods.zip", bytes);
+
+    rig.model->addPaths({q(archive)});
+    expectUnpacked(rig, {"ok.mod"}, {"fine"});
+    EXPECT_EQ(rig.messages(),
+              (std::vector<LogMessage>{{"red", "Zip error (-103) on file 'odd.mod'!"}}));
+
+    // A file where the temporary folder should be: no member can be written.
+    ModelRig blocked;
+    fs::create_directories(blocked.tempFolder.parent_path());
+    std::ofstream(blocked.tempFolder) << "in the way";
+    blocked.model->addPaths({q(archive)});
+    EXPECT_EQ(blocked.model->count(), 0);
+    EXPECT_EQ(blocked.messages(),
+              (std::vector<LogMessage>{{"red", "Couldn't write unpacked file to disk: (" +
+                                                   blocked.tempFolder.string() +
+                                                   "/ok.mod_XXXXXX.tmp)!"}}));
 }
 
 TEST(ZipArchives, MemberOverTheSizeLimitStopsTheArchiveAndLeavesNoFile) {
