@@ -1,0 +1,69 @@
+#pragma once
+// M3U and PLS playlist files: the two readers and the M3U writer.
+//
+// Line rules shared by both readers (all comparisons are ASCII, bytes are kept as they are):
+// - A line ends at "\n", "\r\n" or a lone "\r"; text after the last line end is a line if it is
+//   not empty, so a blank line (also a doubled line end at the end of the file) is a line of its
+//   own.
+// - A NUL byte ends the line's text.
+// - The line is classified before trimming:
+//   absolute (starts with '/', '\' or a drive letter and ':'): '\' -> '/'; path = line trimmed;
+//     title = text after the last '/', trimmed.
+//   relative and starting with "http://": title = path = line trimmed (case-sensitive in M3U,
+//     any case in PLS).
+//   relative otherwise: path = FOLDER + "/" + line with '\' -> '/', trimmed, where FOLDER is the
+//     list file's path up to its last '/' (the whole list path when it has none); title = the
+//     text after the last '/', trimmed. So a blank line gives an entry with an empty title.
+// - M3U skips lines starting "#EXTM3U" or "#EXTINF" in any case; every other '#' line is a path.
+// - PLS uses only lines starting "File" in any case; the value is the text after the first '='
+//   (the whole line when there is none); key numbers are ignored, order is line order.
+// Consequence: every path is an absolute path, the list's folder joined with a line, or an
+// "http://" URL; it never holds '\n', '\r' or NUL.
+//
+// Threading: pure functions over files and memory; any thread.
+
+#include "PlaylistEntry.h"
+
+#include <QString>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// A playlist file larger than this is refused as a whole (protects memory from hostile files).
+inline constexpr std::int64_t MaxPlaylistFileBytes = 64ll * 1024 * 1024;
+// A playlist file with more lines than this is refused as a whole (each line is an entry).
+inline constexpr std::size_t MaxPlaylistLines = 1'000'000;
+
+enum class ListReadStatus {
+    Ok,         // entries hold every line's entry (possibly none)
+    Unreadable, // missing, not a regular file, or cannot be read: no entries
+    TooLarge,   // over MaxPlaylistFileBytes or MaxPlaylistLines: no entries
+};
+
+struct ListRead {
+    ListReadStatus status = ListReadStatus::Unreadable;
+    std::vector<PlaylistEntry> entries;
+};
+
+// Reads the list file at `listPath` (8-bit, QFile::encodeName form). Never throws.
+ListRead readM3u(const std::string& listPath);
+ListRead readPls(const std::string& listPath);
+
+// The same parsers over bytes already in memory; `listPath` only supplies the folder that
+// relative lines are joined to.
+std::vector<PlaylistEntry> parseM3u(std::string_view contents, std::string_view listPath);
+std::vector<PlaylistEntry> parsePls(std::string_view contents, std::string_view listPath);
+
+struct M3uWrite {
+    bool written = false;   // false: target could not be opened or written; it is unchanged
+    int skippedEntries = 0; // entries left out because their path holds '\n', '\r' or NUL,
+                            // which would otherwise turn into extra lines on reading
+};
+
+// Writes "#EXTM3U\n", then each entry's path and "\n" in order; nothing else. The file is written
+// to a temporary file beside `target` and renamed over it, so the target is either the old file
+// or the whole new list, never a half-written one. An empty `target` (cancelled dialog) writes
+// nothing.
+M3uWrite writeM3u(const QString& target, const std::vector<PlaylistEntry>& entries);

@@ -1,0 +1,110 @@
+#include "PlaylistTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace playlisttest {
+
+ScratchFolder::ScratchFolder() {
+    static std::atomic<int> serial{0};
+    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = "tamberlo-playlist-" + std::to_string(::getpid()) + "-" +
+                       std::to_string(serial++) + "-" + (test ? test->name() : "fuzz");
+    std::replace(name.begin(), name.end(), '/', '_');
+    path_ = fs::temp_directory_path() / name;
+    fs::remove_all(path_);
+    fs::create_directories(path_);
+}
+
+ScratchFolder::~ScratchFolder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+}
+
+std::string ScratchFolder::write(const std::string& name, const std::string& bytes) const {
+    const fs::path file = path_ / name;
+    fs::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << bytes;
+    return file.string();
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::vector<LogMessage> logMessages(const std::string& logPath) {
+    // Lines look like <span class="red">HH:MM:SS message</span><br>\n; messages may hold "\n".
+    const std::string text = readFile(logPath);
+    const std::string open = "<span class=\"";
+    const std::string close = "</span><br>\n";
+    std::vector<LogMessage> messages;
+    for (size_t at = text.find(open); at != std::string::npos; at = text.find(open, at)) {
+        const size_t classEnd = text.find("\">", at);
+        const size_t end = text.find(close, classEnd);
+        LogMessage message;
+        message.level = text.substr(at + open.size(), classEnd - at - open.size());
+        const size_t textStart = classEnd + 2 + 9; // skip "HH:MM:SS "
+        message.text = text.substr(textStart, end - textStart);
+        messages.push_back(message);
+        at = end + close.size();
+    }
+    return messages;
+}
+
+int runIn(const fs::path& folder, const std::string& command) {
+    const std::string line = "cd '" + folder.string() + "' && " + command;
+    return std::system(line.c_str());
+}
+
+std::vector<std::string> filesIn(const fs::path& folder) {
+    std::vector<std::string> names;
+    std::error_code ignored;
+    for (const auto& item : fs::directory_iterator(folder, ignored)) {
+        if (item.is_regular_file()) {
+            names.push_back(item.path().filename().string());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+ModelRig::ModelRig(std::int64_t maxMemberBytes)
+    : logPath((folder.path() / "logfile.html").string()),
+      tempFolder(folder.path() / "systemp" / "Tamberlo_tmp"), log(logPath) {
+    PlaylistModel::Options options;
+    options.tempFolder = QString::fromStdString(tempFolder.string());
+    options.lastPlaylistFile = QString::fromStdString((folder.path() / "last.m3u").string());
+    options.maxUnpackedMemberBytes = maxMemberBytes;
+    model = std::make_unique<PlaylistModel>(log, options);
+    QObject::connect(model.get(), &PlaylistModel::entriesAppended, [this](int first, int count) {
+        signalsSeen.push_back("appended " + std::to_string(first) + " " + std::to_string(count));
+    });
+    QObject::connect(model.get(), &PlaylistModel::rowsRemoved, [this](int first, int count) {
+        signalsSeen.push_back("removed " + std::to_string(first) + " " + std::to_string(count));
+    });
+    QObject::connect(model.get(), &PlaylistModel::cleared,
+                     [this] { signalsSeen.push_back("cleared"); });
+    QObject::connect(model.get(), &PlaylistModel::entryChanged,
+                     [this](int row) { signalsSeen.push_back("changed " + std::to_string(row)); });
+}
+
+TitlesAndPaths titlesAndPaths(const std::vector<PlaylistEntry>& entries) {
+    TitlesAndPaths out;
+    for (const PlaylistEntry& entry : entries) {
+        out.emplace_back(entry.title, entry.path);
+    }
+    return out;
+}
+
+} // namespace playlisttest
