@@ -1,21 +1,219 @@
+// The player window: construction, shutdown, dialogs, the context menu and drops.
 #include "MP3Database.h"
 
+#include "LevelMeter.h"
 #include "LogFile.h"
+#include "PlayList.h"
+#include "PlaybackSequencer.h"
+#include "PlayerSkin.h"
+#include "SoundEngine.h"
+#include "aboutDlg.h"
+#include "settingsDlg.h"
+#include "ui_MP3Database.h"
 
+#include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFile>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QMenu>
+#include <QMimeData>
+
+namespace {
+
+// "--output NAME" from the command line; other arguments are files and folders.
+struct CommandLine {
+    QString output;
+    QStringList files;
+};
+
+CommandLine parseCommandLine(int argc, char* argv[]) {
+    CommandLine line;
+    for (int i = 1; i < argc; ++i) {
+        const QString argument = QString::fromLocal8Bit(argv[i]);
+        if (argument == "--output" && i + 1 < argc) {
+            line.output = QString::fromLocal8Bit(argv[++i]);
+        } else if (argument.startsWith("--output=")) {
+            line.output = argument.mid(9);
+        } else {
+            line.files << argument;
+        }
+    }
+    return line;
+}
+
+} // namespace
 
 MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlags flags)
-    : QMainWindow(parent, flags) {
-    const QString logPath =
-        QCoreApplication::applicationDirPath() + QDir::separator() + "logfile.html";
+    : QMainWindow(parent, flags), ui(std::make_unique<Ui::MP3DatabaseClass>()) {
+    connect(&progressTimer_, &QTimer::timeout, this, &MP3Database::timerProgress);
+
+    const QString appDir = QCoreApplication::applicationDirPath();
     if (!theLogFile) {
-        theLogFile = new LogFile(logPath.toLocal8Bit().toStdString());
+        theLogFile = new LogFile(QString(appDir + QDir::separator() + "logfile.html")
+                                     .toLocal8Bit()
+                                     .toStdString());
     }
-    setWindowTitle("Tamberlo");
-    for (int i = 1; i < argc; ++i) {
-        commandLineFiles_ << QString::fromLocal8Bit(argv[i]);
+    const CommandLine commandLine = parseCommandLine(argc, argv);
+
+    engine_ = std::make_unique<SoundEngine>(*theLogFile);
+    engine_->init(commandLine.output.toStdString());
+    ui->setupUi(this);
+    setWindowFlags(Qt::FramelessWindowHint);
+    setWindowIcon(QIcon("Resources/mp3.png"));
+    playList_ = new PlayList(this, engine_.get(), *theLogFile);
+    playList_->setWindowFlags(Qt::Tool | Qt::FramelessWindowHint);
+    levelMeter_ = std::make_unique<LevelMeter>(ui->labelVUMeter, *engine_);
+    sequencer_ = std::make_unique<PlaybackSequencer>(*engine_);
+
+    ui->labelTopBar->setPixmap(QPixmap(skin::resourcePath(appDir, "top.png")));
+    skin::applyPlayerStyleSheets(*ui, appDir);
+    skin::applyPlayerFonts(*ui, appDir);
+    playList_->applySkin(appDir);
+    installContextMenu();
+    loadSettings();
+
+    // Nothing plays yet.
+    currentSound = -1;
+    ui->buttonPause->setChecked(false);
+    ui->sliderProgress->setValue(0);
+    ui->sliderProgress->setEnabled(false);
+    ui->sliderPitch->snapValue = 100;
+    ui->sliderPitch->snapEnabled = true;
+    ui->sliderPitch->setValue(100);
+    ui->sliderBalance->snapValue = 0;
+    ui->sliderBalance->snapEnabled = true;
+    ui->sliderBalance->setValue(0);
+
+    ui->labelLCDOverlay->installEventFilter(this);
+    ui->labelTopBar->installEventFilter(this);
+    ui->labelCurrentTime->installEventFilter(this);
+
+    if (!commandLine.files.isEmpty()) {
+        QStringList paths;
+        for (const QString& argument : commandLine.files) {
+            if (QFileInfo(argument).isDir()) {
+                paths += playList_->collectDirectory(argument);
+            } else {
+                paths << argument;
+            }
+        }
+        playList_->addPaths(paths);
+        on_buttonPlay_clicked();
+    } else {
+        restoreLastPlaylist();
+    }
+    progressTimer_.start(20);
+}
+
+MP3Database::~MP3Database() {
+    if (!shutDown_) {
+        QCloseEvent event;
+        closeEvent(&event);
     }
 }
 
-MP3Database::~MP3Database() = default;
+void MP3Database::closeEvent(QCloseEvent* event) {
+    if (shutDown_) {
+        event->accept();
+        return;
+    }
+    shutDown_ = true;
+    saveSettings();
+    progressTimer_.stop();
+    const QString lastList = playList_->model().options().lastPlaylistFile;
+    if (playList_->keepTempFiles()) {
+        playList_->writeM3u(lastList);
+    } else {
+        QFile::remove(lastList);
+    }
+    delete playList_; // its destructor clears the list and, unless kept, the unpacked members
+    playList_ = nullptr;
+    sequencer_.reset();
+    engine_->shutdown();
+    event->accept();
+}
+
+void MP3Database::dragEnterEvent(QDragEnterEvent* event) {
+    if (event->mimeData()->hasFormat("text/uri-list")) {
+        event->acceptProposedAction();
+    }
+}
+
+void MP3Database::dropEvent(QDropEvent* event) {
+    playList_->clearList(true);
+    currentSound = 0;
+    QStringList paths;
+    for (const QUrl& url : event->mimeData()->urls()) {
+        paths << url.toLocalFile();
+    }
+    playList_->addPaths(paths);
+    if (playList_->model().count() > 0) {
+        noSound_ = false;
+        paused_ = false;
+        ui->buttonPause->setChecked(false);
+        sequencer_->setPaused(false);
+        markRow(0, true);
+        ui->sliderProgress->setEnabled(true);
+        startCurrentEntry();
+    }
+}
+
+void MP3Database::replacePlaylistAndPlay(const QStringList& paths) {
+    playList_->clearList(true);
+    playList_->addPaths(paths);
+    on_buttonPlay_clicked();
+}
+
+void MP3Database::openSound() {
+    const QString path =
+        QFileDialog::getOpenFileName(this, "Load sound", QString(), "All files (*.*)");
+    if (!path.isEmpty()) {
+        replacePlaylistAndPlay({path});
+    }
+}
+
+void MP3Database::openURL() {
+    bool accepted = false;
+    const QString url = QInputDialog::getText(
+        this, "Open URL",
+        "Enter URL to open:\nFor example: http://radio.example.org:80/stream/1234",
+        QLineEdit::Normal, lastUrlOpened, &accepted);
+    if (accepted && !url.isEmpty()) {
+        replacePlaylistAndPlay({url});
+        lastUrlOpened = url;
+    }
+}
+
+void MP3Database::showSettingsDialog() {
+    settingsDlg dialog(this, engine_.get(), playList_, this);
+    dialog.exec();
+    saveSettings();
+}
+
+void MP3Database::showAboutDialog() {
+    aboutDlg dialog(this);
+    dialog.exec();
+}
+
+void MP3Database::showPlayListDialog() { playList_->show(); }
+
+void MP3Database::popupminimizeWindow() { showMinimized(); }
+
+void MP3Database::installContextMenu() {
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(this, &QWidget::customContextMenuRequested, this, [this](const QPoint& at) {
+        QMenu menu(this);
+        menu.addAction("&Open file", this, &MP3Database::openSound);
+        menu.addAction("&Open URL", this, &MP3Database::openURL);
+        menu.addAction("&Playlist", this, &MP3Database::showPlayListDialog);
+        menu.addAction("&Settings", this, &MP3Database::showSettingsDialog);
+        menu.addAction("&About", this, &MP3Database::showAboutDialog);
+        menu.addAction("&Quit program", this, &QWidget::close);
+        menu.exec(mapToGlobal(at));
+    });
+}

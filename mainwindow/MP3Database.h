@@ -1,19 +1,144 @@
 #pragma once
-// The player's main window. It owns the log and, as the player grows, the sound engine, the
-// level meter, the progress timer and the playlist window.
+// The player window: a frameless, skinned main window that owns the log, the sound engine, the
+// level meter, the playlist window and the 20 ms progress timer, and turns buttons, sliders,
+// the context menu, drops and timer ticks into engine and playlist calls. It plays one playlist
+// entry at a time (`currentSound`), alternating the engine's two play slots so that a song
+// change never reuses the previous song's channel.
+//
+// Threading: GUI thread only.
+
+#include "PlaylistEntry.h"
+#include "TimeText.h"
+#include "WindowSnapping.h"
 
 #include <QMainWindow>
+#include <QPoint>
 #include <QStringList>
+#include <QTimer>
+
+#include <cstdint>
+#include <memory>
+
+class LevelMeter;
+class PlayList;
+class SoundEngine;
+class PlaybackSequencer;
+
+namespace Ui {
+class MP3DatabaseClass;
+}
 
 class MP3Database : public QMainWindow {
     Q_OBJECT
 public:
-    // argc/argv are the program's own; file and folder arguments are kept for playing.
+    // argc/argv are the program's own: file and folder arguments are added and played; an
+    // "--output NAME" pair chooses the audio output (sdl, null, offline, wav:PATH).
     MP3Database(int argc, char* argv[], QWidget* parent = nullptr, Qt::WindowFlags flags = {});
     ~MP3Database() override;
 
-    const QStringList& commandLineFiles() const { return commandLineFiles_; }
+    // ---- state shared with the playlist window and the settings dialog ----
+    int currentSound = -1; // index of the current playlist entry, -1 for none
+    int dockVertical = 0;   // where the playlist window sits (snapping::Docking codes)
+    int dockHorizontal = 0;
+    // Settings fields (settings.ini, see SettingsKeys.h).
+    int vuSensitivity = 4000;
+    double vuMultiplier = 1.0;
+    int unknownLengthSeconds = 90;
+    bool unknownLengthEnabled = false;
+    bool gaplessEnabled = false;
+    bool gaplessAccurate = false;
+    int gaplessCutoff = 10;
+    bool gaplessPreload = false; // stored and shown only; no playback code reads it
+    QString lastUrlOpened = "http://";
+
+    SoundEngine& engine() { return *engine_; }
+    LevelMeter& levelMeter() { return *levelMeter_; }
+    PlayList& playList() { return *playList_; }
+    Ui::MP3DatabaseClass& form() { return *ui; } // for tests
+
+    // Plays `currentSound` as a double-click in the playlist does: subsong 0, not preloaded,
+    // unpaused, started.
+    void playFromPlaylist();
+
+    // Playback state, for tests and the playlist window.
+    bool isNoSound() const { return noSound_; }
+    bool isPaused() const { return paused_; }
+    int currentSubsong() const { return currentSubsong_; }
+    int subsongCount() const { return subsongCount_; }
+    std::uint32_t songLength() const { return currentEntry_.lengthMs; }
+
+    void loadSettings();
+    void saveSettings();
+
+public slots:
+    void on_sliderProgress_sliderReleased();
+    void on_sliderBalance_valueChanged(int value);
+    void on_sliderProgress_valueChanged(int value);
+    void on_sliderVolume_sliderPressed();
+    void on_buttonReverb_clicked();
+    void on_buttonNormalize_clicked();
+    void on_buttonQuit_clicked();
+    void on_buttonMinimize_clicked();
+    void on_buttonNextSub_clicked();
+    void on_buttonPrevSub_clicked();
+    void on_sliderVolume_valueChanged(int value);
+    void on_sliderPitch_valueChanged(int value);
+    void on_buttonNext_clicked();
+    void on_buttonPrev_clicked();
+    void on_buttonPause_clicked();
+    void on_buttonPlay_clicked();
+    void on_buttonStop_clicked();
+
+    // Declared as slots so the meta-object lists the window's handlers in one fixed order.
+protected slots:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+public slots:
+    void timerProgress();
+    void openSound();
+    void openURL();
+    void showSettingsDialog();
+    void showAboutDialog();
+    void showPlayListDialog();
+    void popupminimizeWindow();
+
+public:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    QStringList commandLineFiles_;
+    void startCurrentEntry();
+    void stopPlayback();
+    void refreshInfoLabels();
+    void updateTimeLabel(std::uint32_t positionMs);
+    void markRow(int row, bool playing);
+    void replacePlaylistAndPlay(const QStringList& paths);
+    void resumeFromPause();
+    void seekToSubsong();
+    void installContextMenu();
+    void restoreLastPlaylist();
+    bool dragByTopBar(QEvent* event);
+
+    std::unique_ptr<Ui::MP3DatabaseClass> ui;
+    QTimer progressTimer_;
+    std::unique_ptr<SoundEngine> engine_;
+    std::unique_ptr<PlaybackSequencer> sequencer_;
+    std::unique_ptr<LevelMeter> levelMeter_;
+    PlayList* playList_ = nullptr; // a child window, deleted in closeEvent
+
+    PlaylistEntry currentEntry_;      // copy taken right after the load
+    int subsongCount_ = 1;
+    int currentSubsong_ = 0;
+    bool noSound_ = true;
+    bool paused_ = false;
+    bool soundLoaded_ = false;
+    bool timeDisplayElapsed_ = true;
+    bool preloaded_ = false; // never set: every start loads its song
+    bool shutDown_ = false;
+
+    // Dragging the frameless window by its top bar.
+    bool dragging_ = false;
+    QPoint pressPoint_;
+    QPoint playlistOffset_;
 };

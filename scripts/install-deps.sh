@@ -18,7 +18,7 @@ packages=(
     tecnoballz-data pingus-data sound-theme-freedesktop
     lame flac ffmpeg sox gzip zip unzip
     # fonts for the skin
-    fonts-dseg
+    fonts-dseg fonts-misaki
 )
 
 missing=()

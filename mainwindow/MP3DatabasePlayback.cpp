@@ -1,0 +1,301 @@
+// The player window's transport: play, pause, stop, next and previous song and subsong,
+// seeking, volume, pitch and balance, the 20 ms progress tick and the info labels.
+#include "LevelMeter.h"
+#include "MP3Database.h"
+#include "PlayList.h"
+#include "PlaybackSequencer.h"
+#include "SoundEngine.h"
+#include "ui_MP3Database.h"
+
+#include <QDebug>
+
+namespace {
+
+// Subsong counts above this are not believed (a broken file); such a sound counts as one song.
+constexpr unsigned MaxSubsongs = 256;
+
+} // namespace
+
+// ---- sliders ----
+
+void MP3Database::on_sliderProgress_sliderReleased() {
+    if (noSound_) {
+        return;
+    }
+    int value = ui->sliderProgress->value();
+    if (value >= ui->sliderProgress->maximum()) {
+        value = ui->sliderProgress->maximum() - 1;
+    }
+    sequencer_->channel().setPosition(static_cast<unsigned>(value), audio::TimeUnit::Ms);
+}
+
+void MP3Database::on_sliderBalance_valueChanged(int value) {
+    sequencer_->channel().setPan(static_cast<float>(value / 100.0));
+    if (value == 0) {
+        ui->labelBalance->setText("Center");
+    } else {
+        // The number keeps its sign: -30 reads "-30% Left".
+        ui->labelBalance->setText(QString::number(value) + (value < 0 ? "% Left" : "% Right"));
+    }
+}
+
+void MP3Database::on_sliderProgress_valueChanged(int value) {
+    updateTimeLabel(static_cast<std::uint32_t>(value < 0 ? 0 : value));
+}
+
+void MP3Database::on_sliderVolume_sliderPressed() { qDebug("%i", 8); }
+
+void MP3Database::on_sliderVolume_valueChanged(int value) {
+    ui->labelVolume->setText(QString::number(value) + "%");
+    engine_->setMasterVolume(static_cast<float>(value / 100.0));
+}
+
+void MP3Database::on_sliderPitch_valueChanged(int value) {
+    ui->labelPitch->setText(QString::number(value) + "%");
+    sequencer_->channel().setFrequency(
+        static_cast<float>(engine_->getBaseFrequency(sequencer_->slot()) * (value / 100.0)));
+}
+
+// ---- effect switches ----
+
+void MP3Database::on_buttonReverb_clicked() {
+    engine_->setReverbEnabled(!engine_->isReverbEnabled());
+    ui->buttonReverb->setChecked(engine_->isReverbEnabled());
+}
+
+void MP3Database::on_buttonNormalize_clicked() {
+    engine_->setNormalizerEnabled(!engine_->isNormalizerEnabled());
+    ui->buttonNormalize->setChecked(engine_->isNormalizerEnabled());
+}
+
+void MP3Database::on_buttonQuit_clicked() { close(); }
+
+void MP3Database::on_buttonMinimize_clicked() { showMinimized(); }
+
+// ---- subsongs ----
+
+void MP3Database::seekToSubsong() {
+    refreshInfoLabels();
+    sequencer_->channel().setPosition(static_cast<unsigned>(currentSubsong_),
+                                      audio::TimeUnit::SubsongCount);
+    ui->sliderProgress->setMaximum(static_cast<int>(currentEntry_.lengthMs));
+}
+
+void MP3Database::on_buttonNextSub_clicked() {
+    if (soundLoaded_ && currentSubsong_ < subsongCount_ - 1) {
+        ++currentSubsong_;
+        seekToSubsong();
+    }
+}
+
+void MP3Database::on_buttonPrevSub_clicked() {
+    if (soundLoaded_ && currentSubsong_ > 0) {
+        --currentSubsong_;
+        seekToSubsong();
+    }
+}
+
+// ---- songs ----
+
+void MP3Database::markRow(int row, bool playing) { playList_->setRowPlaying(row, playing); }
+
+void MP3Database::resumeFromPause() {
+    paused_ = false;
+    ui->buttonPause->setChecked(false);
+    sequencer_->setPaused(false);
+}
+
+void MP3Database::on_buttonNext_clicked() {
+    if (currentSound >= playList_->model().count() - 1) {
+        return;
+    }
+    currentSubsong_ = 0;
+    if (currentSound >= 0) {
+        markRow(currentSound, false);
+    }
+    ++currentSound;
+    markRow(currentSound, true);
+    if (!noSound_) {
+        resumeFromPause();
+        startCurrentEntry();
+    }
+}
+
+void MP3Database::on_buttonPrev_clicked() {
+    if (currentSound <= 0) {
+        return;
+    }
+    currentSubsong_ = 0;
+    markRow(currentSound, false);
+    --currentSound;
+    markRow(currentSound, true);
+    if (!noSound_) {
+        resumeFromPause();
+        startCurrentEntry();
+    }
+}
+
+void MP3Database::on_buttonPause_clicked() {
+    if (noSound_) {
+        resumeFromPause();
+        return;
+    }
+    paused_ = !paused_;
+    ui->buttonPause->setChecked(paused_);
+    sequencer_->setPaused(paused_);
+}
+
+void MP3Database::on_buttonPlay_clicked() {
+    if (paused_) {
+        on_buttonPause_clicked();
+        return;
+    }
+    const PlaylistModel& model = playList_->model();
+    if (model.count() == 0) {
+        on_buttonStop_clicked();
+        return;
+    }
+    if (currentSound < 0 || currentSound >= model.count()) {
+        currentSound = 0;
+        currentEntry_ = model.entry(0);
+        soundLoaded_ = true;
+    }
+    resumeFromPause();
+    noSound_ = false;
+    ui->sliderProgress->setEnabled(true);
+    startCurrentEntry();
+    markRow(currentSound, true);
+}
+
+void MP3Database::playFromPlaylist() {
+    currentSubsong_ = 0;
+    preloaded_ = false;
+    resumeFromPause();
+    noSound_ = false;
+    ui->sliderProgress->setEnabled(true);
+    startCurrentEntry();
+}
+
+void MP3Database::on_buttonStop_clicked() {
+    engine_->stopAll();
+    levelMeter_->clear();
+    noSound_ = true;
+    resumeFromPause();
+    ui->labelCurrentTime->setText("00:00");
+    ui->sliderProgress->setValue(0);
+    ui->sliderProgress->setEnabled(false);
+    if (playList_->model().count() == 0) {
+        ui->labelInfo->setText("No sound loaded");
+        ui->labelTitle->setText("No sound loaded");
+        soundLoaded_ = false;
+    }
+}
+
+void MP3Database::startCurrentEntry() {
+    PlaylistModel& model = playList_->model();
+    if (currentSound < 0 || currentSound >= model.count()) {
+        return;
+    }
+    noSound_ = false;
+    const PlaybackSequencer::Options options{gaplessAccurate, gaplessEnabled, gaplessCutoff};
+    const PlaybackSequencer::Start started =
+        sequencer_->start(model.entry(currentSound).path, options);
+    levelMeter_->setSlot(sequencer_->slot());
+    if (!started.loaded) {
+        playList_->markUnplayable(currentSound);
+        return;
+    }
+    PlaylistEntry entry = model.entry(currentSound);
+    if (entry.lengthMs == 0) {
+        entry.lengthMs = started.endMs;
+    }
+    // Where the measured leading silence ends (0 without gapless), so a replay starts there too.
+    entry.startOffsetMs = started.startMs;
+    entry.formatName = started.typeName;
+    model.setEntry(currentSound, entry);
+    currentEntry_ = entry; // the copy the tick compares against
+    soundLoaded_ = true;
+    preloaded_ = false;
+
+    // Length and seeking; written to the playlist's entry only, not to the copy above.
+    if (unknownLengthEnabled && entry.lengthMs == PlaylistEntry::UnknownLength) {
+        entry.lengthMs = static_cast<std::uint32_t>(unknownLengthSeconds) * 1000u;
+        ui->sliderProgress->setMaximum(static_cast<int>(entry.lengthMs));
+        ui->sliderProgress->setEnabled(false);
+    } else {
+        entry.lengthMs = sequencer_->soundLengthMs();
+        ui->sliderProgress->setMaximum(static_cast<int>(entry.lengthMs));
+        ui->sliderProgress->setEnabled(entry.lengthMs != PlaylistEntry::UnknownLength);
+    }
+    model.setEntry(currentSound, entry);
+
+    if (!paused_) {
+        sequencer_->channel().setPosition(entry.startOffsetMs, audio::TimeUnit::Ms);
+        sequencer_->play();
+        on_sliderBalance_valueChanged(ui->sliderBalance->value());
+        on_sliderPitch_valueChanged(ui->sliderPitch->value());
+    }
+
+    unsigned count = sequencer_->subsongCount();
+    if (count == 0 || count > MaxSubsongs) {
+        count = 1;
+    }
+    subsongCount_ = static_cast<int>(count);
+    entry.subsongCount = count;
+    model.setEntry(currentSound, entry);
+    if (count > 1) {
+        sequencer_->channel().setPosition(static_cast<unsigned>(currentSubsong_),
+                                          audio::TimeUnit::SubsongCount);
+    }
+    refreshInfoLabels();
+}
+
+// ---- the 20 ms tick ----
+
+void MP3Database::timerProgress() {
+    if (noSound_ || paused_) {
+        return;
+    }
+    const PlaybackSequencer::Tick tick = sequencer_->tick(currentEntry_.lengthMs);
+    if (tick.ended) {
+        if (currentSound >= playList_->model().count() - 1) {
+            on_buttonStop_clicked();
+        } else {
+            on_buttonNext_clicked();
+        }
+        return;
+    }
+    if (!ui->sliderProgress->isSliderDown()) {
+        ui->sliderProgress->setValue(static_cast<int>(tick.positionMs));
+        updateTimeLabel(tick.positionMs);
+    }
+    levelMeter_->update();
+    refreshInfoLabels();
+}
+
+void MP3Database::updateTimeLabel(std::uint32_t positionMs) {
+    const std::uint32_t length = currentEntry_.lengthMs;
+    if (timeDisplayElapsed_) {
+        ui->labelCurrentTime->setText(formatTime(positionMs));
+    } else if (length == PlaylistEntry::UnknownLength) {
+        ui->labelCurrentTime->setText("??:??");
+    } else {
+        ui->labelCurrentTime->setText("-" + formatTime(length - positionMs));
+    }
+}
+
+void MP3Database::refreshInfoLabels() {
+    ui->labelTitle->setText(QFile::decodeName(QByteArray::fromStdString(currentEntry_.title)) +
+                            " (" + formatTime(currentEntry_.lengthMs) + ")");
+    unsigned positionMs = 0;
+    unsigned positionBytes = 0;
+    audio::Channel channel = sequencer_->channel();
+    channel.getPosition(&positionMs, audio::TimeUnit::Ms);
+    channel.getPosition(&positionBytes, audio::TimeUnit::RawBytes);
+    const unsigned bitRate = positionMs == 0 ? 0 : positionBytes / positionMs * 8;
+    ui->labelInfo->setText(
+        "Subsong: " + QString::number(currentSubsong_ + 1) + "/" + QString::number(subsongCount_) +
+        "\nkhz: " + QString::number(engine_->getBaseFrequency(sequencer_->slot())) + "\n" +
+        QString::fromStdString(currentEntry_.formatName) + "\nBitrate: " +
+        QString::number(bitRate));
+}

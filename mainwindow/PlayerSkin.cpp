@@ -1,0 +1,121 @@
+#include "PlayerSkin.h"
+
+#include "ui_MP3Database.h"
+
+#include <QDir>
+#include <QFont>
+#include <QFontDatabase>
+
+namespace skin {
+namespace {
+
+QString url(const QString& appDir, const QString& image) {
+    // Quoted so that a folder with blanks in its name still works.
+    return "url(\"" + appDir + "/Resources/" + image + "\")";
+}
+
+// "#name{...background-image: url(image)...}" with the pressed (and optionally checked) image.
+QString buttonSheet(const QString& appDir, const QString& name, const QString& image,
+                    const QString& downImage, bool checkedToo = false) {
+    const QString body = "{color: black;background-image: %1;border: none;}";
+    QString sheet = "#" + name + body.arg(url(appDir, image)) + "#" + name + ":pressed" +
+                    body.arg(url(appDir, downImage));
+    if (checkedToo) {
+        sheet += "#" + name + ":checked" + body.arg(url(appDir, downImage));
+    }
+    return sheet;
+}
+
+QString verticalSliderSheet(const QString& appDir) {
+    return "QSlider::groove:vertical{border: 1px solid #cccccc;height: 71px;"
+           "background: solid #333333;margin: 0px 8px;}"
+           "QSlider::handle:vertical{image: " +
+           url(appDir, "slider.png") +
+           ";border: none;margin: -6px -8px;}"
+           "QSlider::handle:vertical:pressed{image: " +
+           url(appDir, "slider-down.png") + ";border: none;margin: -6px -8px;}";
+}
+
+QString horizontalSliderSheet(const QString& appDir, const QString& handleMargin) {
+    return "QSlider::groove:horizontal{border: 1px solid #cccccc;height: 4px;"
+           "background: solid #333333;margin: 2px 0;}"
+           "QSlider::handle:horizontal{image: " +
+           url(appDir, "slider.png") + ";border: none;margin: " + handleMargin +
+           ";}"
+           "QSlider::handle:horizontal:pressed{image: " +
+           url(appDir, "slider-down.png") + ";border: none;margin: " + handleMargin + ";}";
+}
+
+QString checkBoxSheet(const QString& appDir) {
+    const QString pressed = url(appDir, "checkbox-pressed.png");
+    return "QCheckBox{spacing: 2px;color: #c8d2d6;}"
+           "QCheckBox::indicator{width: 13px;height: 13px;}"
+           "QCheckBox::indicator:unchecked{image: " +
+           url(appDir, "checkbox-off.png") +
+           ";}"
+           "QCheckBox::indicator:checked{image: " +
+           url(appDir, "checkbox-on.png") +
+           ";}"
+           "QCheckBox::indicator:unchecked:pressed{image: " +
+           pressed +
+           ";}"
+           "QCheckBox::indicator:checked:pressed{image: " +
+           pressed +
+           ";}"
+           "QCheckBox::indicator:indeterminate:pressed{image: " +
+           pressed + ";}";
+}
+
+QString backgroundSheet(const QString& appDir, const QString& name, const QString& image) {
+    return "#" + name + "{background-image: " + url(appDir, image) + ";border: none;}";
+}
+
+} // namespace
+
+QString resourcePath(const QString& appDir, const QString& name) {
+    return appDir + QDir::separator() + "Resources" + QDir::separator() + name;
+}
+
+void applyPlayerFonts(Ui::MP3DatabaseClass& ui, const QString& appDir) {
+    QFontDatabase::addApplicationFont(resourcePath(appDir, LcdFontFile));
+    QFontDatabase::addApplicationFont(resourcePath(appDir, PixelFontFile));
+
+    QFont lcd(LcdFontFamily, LcdFontPoints);
+    lcd.setStyleStrategy(QFont::NoAntialias);
+    ui.labelCurrentTime->setFont(lcd);
+
+    QFont pixel(PixelFontFamily, PixelFontPoints);
+    pixel.setStyleStrategy(QFont::NoAntialias);
+    for (QWidget* w : {static_cast<QWidget*>(ui.labelInfo), static_cast<QWidget*>(ui.buttonNormalize),
+                       static_cast<QWidget*>(ui.buttonReverb), static_cast<QWidget*>(ui.labelBalance),
+                       static_cast<QWidget*>(ui.labelPitch), static_cast<QWidget*>(ui.labelVolume)}) {
+        w->setFont(pixel);
+    }
+}
+
+void applyPlayerStyleSheets(Ui::MP3DatabaseClass& ui, const QString& appDir) {
+    ui.buttonPrev->setStyleSheet(buttonSheet(appDir, "buttonPrev", "prev.png", "prev-down.png"));
+    ui.buttonPlay->setStyleSheet(buttonSheet(appDir, "buttonPlay", "play.png", "play-down.png"));
+    ui.buttonPause->setStyleSheet(
+        buttonSheet(appDir, "buttonPause", "pause.png", "pause-down.png", true));
+    ui.buttonStop->setStyleSheet(buttonSheet(appDir, "buttonStop", "stop.png", "stop-down.png"));
+    ui.buttonNext->setStyleSheet(buttonSheet(appDir, "buttonNext", "next.png", "next-down.png"));
+    ui.buttonPrevSub->setStyleSheet(
+        buttonSheet(appDir, "buttonPrevSub", "prevsub.png", "prevsub-down.png"));
+    ui.buttonNextSub->setStyleSheet(
+        buttonSheet(appDir, "buttonNextSub", "nextsub.png", "nextsub-down.png"));
+    ui.labelLCDOverlay->setStyleSheet(
+        backgroundSheet(appDir, "labelLCDOverlay", "lcd-overlay.png"));
+    ui.sliderPitch->setStyleSheet(verticalSliderSheet(appDir));
+    ui.sliderVolume->setStyleSheet(verticalSliderSheet(appDir));
+    ui.sliderBalance->setStyleSheet(horizontalSliderSheet(appDir, "-4px -5px"));
+    ui.sliderProgress->setStyleSheet(horizontalSliderSheet(appDir, "-8px -1px"));
+    ui.buttonNormalize->setStyleSheet(checkBoxSheet(appDir));
+    ui.buttonReverb->setStyleSheet(checkBoxSheet(appDir));
+    ui.buttonQuit->setStyleSheet(buttonSheet(appDir, "buttonQuit", "quit.png", "quit-down.png"));
+    ui.buttonMinimize->setStyleSheet(
+        buttonSheet(appDir, "buttonMinimize", "minimize.png", "minimize-down.png"));
+    ui.labelBackground->setStyleSheet(backgroundSheet(appDir, "labelBackground", "main.png"));
+}
+
+} // namespace skin

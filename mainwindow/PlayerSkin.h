@@ -1,0 +1,34 @@
+#pragma once
+// The player's look: style sheets whose image addresses are built from the application folder
+// at run time (so an installed copy finds its Resources/ wherever it lives), and the two
+// bitmap-style fonts registered from Resources/ and drawn without antialiasing.
+//
+// Threading: GUI thread only.
+
+#include <QString>
+
+namespace Ui {
+class MP3DatabaseClass;
+}
+class QLabel;
+
+namespace skin {
+
+// Fonts in Resources/, from free font packages (see the About box for their licences).
+inline constexpr char LcdFontFile[] = "DSEG7Classic-Bold.ttf";
+inline constexpr char LcdFontFamily[] = "DSEG7 Classic";
+inline constexpr int LcdFontPoints = 28;
+inline constexpr char PixelFontFile[] = "misaki_gothic_2nd.ttf";
+inline constexpr char PixelFontFamily[] = "Misaki Gothic 2nd";
+inline constexpr int PixelFontPoints = 7;
+
+// "APPDIR/Resources/NAME".
+QString resourcePath(const QString& appDir, const QString& name);
+
+// Registers both fonts and gives them to the time display and the small labels.
+void applyPlayerFonts(Ui::MP3DatabaseClass& ui, const QString& appDir);
+
+// One style sheet per widget, in a fixed order, with pressed and checked images.
+void applyPlayerStyleSheets(Ui::MP3DatabaseClass& ui, const QString& appDir);
+
+} // namespace skin
