@@ -64,8 +64,9 @@ Result WavWriter::write(const float* samples, size_t frames) {
     frames = static_cast<size_t>(std::min<uint64_t>(frames, MaxDataBytes / 4 - frames_));
     pcm_.resize(frames * 2);
     for (size_t i = 0; i < frames * 2; ++i) {
-        const float v = std::clamp(samples[i], -1.0f, 1.0f) * 32767.0f;
-        pcm_[i] = static_cast<int16_t>(std::lrint(v));
+        // The inverse of the decoders' k / 32768, so 16-bit sources pass through unchanged.
+        const long v = std::lrint(static_cast<double>(samples[i]) * 32768.0);
+        pcm_[i] = static_cast<int16_t>(std::clamp<long>(v, -32768, 32767));
     }
     // WAV is little-endian, like every machine this player builds for.
     if (std::fwrite(pcm_.data(), sizeof(int16_t), pcm_.size(), file_.get()) != pcm_.size()) {

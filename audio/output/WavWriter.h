@@ -1,5 +1,5 @@
 #pragma once
-// Writes interleaved stereo float as a 16-bit PCM WAV file (clipped to full scale, rounded).
+// Writes interleaved stereo float as a 16-bit PCM WAV file (scaled by 32768, rounded, clipped).
 // The header's sizes are patched by finish() (or the destructor); data beyond the format's
 // 4 GiB limit is dropped.
 //
