@@ -1,5 +1,8 @@
 #include "ChannelPool.h"
 
+#include <chrono>
+#include <thread>
+
 namespace audio::detail {
 
 ChannelPool::ChannelPool(std::vector<std::unique_ptr<Voice>> voices, bool realtime)
@@ -38,16 +41,27 @@ ChannelSlot* ChannelPool::live(uint32_t index, uint32_t generation) {
 }
 
 ChannelSlot* ChannelPool::acquire(uint32_t* index) {
-    reclaim();
-    for (size_t i = 0; i < slots_.size(); ++i) {
-        if (!slots_[i].inUse) {
-            *index = static_cast<uint32_t>(i);
-            slots_[i].inUse = true;
-            slots_[i].retired = false;
-            return &slots_[i];
+    using namespace std::chrono_literals;
+    // A channel stopped a moment ago frees its slot at the mixer's next callback and when its
+    // worker has noticed; wait that long (bounded) rather than report no free channel.
+    const auto giveUp = std::chrono::steady_clock::now() + 200ms;
+    for (;;) {
+        reclaim();
+        bool retiring = false;
+        for (size_t i = 0; i < slots_.size(); ++i) {
+            if (!slots_[i].inUse) {
+                *index = static_cast<uint32_t>(i);
+                slots_[i].inUse = true;
+                slots_[i].retired = false;
+                return &slots_[i];
+            }
+            retiring = retiring || slots_[i].retired;
         }
+        if (!retiring || std::chrono::steady_clock::now() > giveUp) {
+            return nullptr;
+        }
+        std::this_thread::sleep_for(1ms);
     }
-    return nullptr;
 }
 
 void ChannelPool::retire(ChannelSlot& slot) {

@@ -41,7 +41,8 @@ public:
     // The slot owned by the handle, or nullptr when the handle is stale (retiring it if its
     // voice finished by itself).
     ChannelSlot* live(uint32_t index, uint32_t generation);
-    // A free slot (reclaiming what it can first), or nullptr.
+    // A free slot (reclaiming what it can first, waiting up to 200 ms for channels that are
+    // still winding down), or nullptr.
     ChannelSlot* acquire(uint32_t* index);
     // Ends the channel in the slot: its handle goes stale and its worker is told to stop.
     void retire(ChannelSlot& slot);

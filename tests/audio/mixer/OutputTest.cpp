@@ -79,6 +79,33 @@ TEST(Output, NullOutputPlaysAtRealTimePace) {
     EXPECT_LT(run.positionMs, 800u); // paced, not as fast as possible
 }
 
+TEST(Output, RealTimeChannelsSeekStopAndAreReused) {
+    System* system = nullptr;
+    ASSERT_EQ(System::create(&system), Result::Ok);
+    OutputSpec spec;
+    spec.kind = OutputKind::Null;
+    spec.bufferFrames = 256;
+    ASSERT_EQ(system->init(2, spec), Result::Ok);
+    Sound* sound = nullptr;
+    ASSERT_EQ(
+        createSoundFromDecoder(system, makeSignal(44100, 10 * 44100, ramp), Mode::Stream, &sound),
+        Result::Ok);
+    Channel channel;
+    for (int round = 0; round < 20; ++round) {
+        // Replaying the stream stops its channel and waits for that channel's worker.
+        ASSERT_EQ(system->playSound(sound, false, &channel), Result::Ok) << round;
+        system->update();
+    }
+    ASSERT_EQ(channel.setPosition(5 * 44100, TimeUnit::Pcm), Result::Ok);
+    std::this_thread::sleep_for(100ms);
+    unsigned position = 0;
+    ASSERT_EQ(channel.getPosition(&position, TimeUnit::Pcm), Result::Ok);
+    EXPECT_GT(position, 5u * 44100);
+    EXPECT_LT(position, 5u * 44100 + 44100);
+    EXPECT_EQ(channel.stop(), Result::Ok);
+    system->release();
+}
+
 TEST(Output, WavOutputWritesWhatItPlays) {
     const std::string path = ::testing::TempDir() + "tamberlo-output-test.wav";
     OutputSpec spec;
