@@ -1,0 +1,26 @@
+#pragma once
+// Runs the module ripper as a child process, so that a hostile file that crashes or hangs a
+// converter, or the ripper's deliberate exit when "-1.mod" cannot be created, ends the child and
+// never the caller. The child runs in the caller's current directory and writes "-1.mod" there.
+//
+// Threading: any thread may call runRipperProcess; it blocks that thread until the child ends
+// or the timeout passes. Concurrent calls in one directory would overwrite each other's "-1.mod".
+
+#include <chrono>
+#include <string>
+
+struct RipperRun {
+    enum class Outcome {
+        Exited,        // the child ended by itself; exitStatus holds its status (0-255)
+        Killed,        // the child was ended by a signal (a crash); exitStatus holds the signal
+        TimedOut,      // still running at the timeout: killed (SIGKILL) and reaped
+        FailedToStart, // the executable could not be started
+    };
+    Outcome outcome = Outcome::FailedToStart;
+    int exitStatus = 0;
+};
+
+// Starts `executable FILE` with the child's standard output discarded and waits at most
+// `timeout` for it.
+RipperRun runRipperProcess(const std::string& executable, const std::string& inputPath,
+                           std::chrono::milliseconds timeout);

@@ -1,0 +1,188 @@
+#include "Scan.h"
+
+#include "Formats.h"
+#include "InputBytes.h"
+#include "ScanCandidates.h"
+#include "ScanOrder.h"
+#include "formats/MultiChannel.h"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+namespace {
+struct ActiveChainEntry {
+    const FormatSteps* steps;
+    const char* refusedMessage;
+};
+
+struct ActiveTagRow {
+    const TagRow* row;
+    std::vector<const FormatSteps*> steps; // only the built formats of the row, in order
+};
+
+// The scan order restricted to the formats that are built. Formats without a test would reject
+// anyway, so leaving them out changes no result and keeps most positions at one comparison.
+struct ActiveScanOrder {
+    std::vector<ActiveChainEntry> chain;
+    std::array<std::vector<ActiveTagRow>, 256> tagsByFirstByte;
+    const FormatSteps* powerMusic = nullptr;
+    const FormatSteps* xann = nullptr;
+    CandidateRules candidates;
+
+    ActiveScanOrder() {
+        for (const ChainEntry& entry : chainOrder())
+            if (formatSteps(entry.format).test)
+                chain.push_back({&formatSteps(entry.format), entry.refusedMessage});
+        for (const TagRow& row : tagRows()) {
+            ActiveTagRow active{&row, {}};
+            for (int i = 0; i < row.formatCount; ++i)
+                if (formatSteps(row.formats[i]).test)
+                    active.steps.push_back(&formatSteps(row.formats[i]));
+            if (!active.steps.empty())
+                tagsByFirstByte[static_cast<std::uint8_t>(row.tag[0])].push_back(std::move(active));
+        }
+        if (formatSteps(FormatId::PowerMusic).test)
+            powerMusic = &formatSteps(FormatId::PowerMusic);
+        if (formatSteps(FormatId::XannPacker).test)
+            xann = &formatSteps(FormatId::XannPacker);
+        for (const ActiveChainEntry& entry : chain) {
+            if (entry.steps->gated)
+                candidates.lowByteGates.emplace_back(entry.steps->gates[0], entry.steps->gates[1]);
+            else
+                candidates.everyLowByte = true;
+        }
+        for (const auto& rows : tagsByFirstByte)
+            for (const ActiveTagRow& active : rows) {
+                const std::string_view tag = active.row->tag;
+                candidates.exactBytes.emplace_back(
+                    static_cast<std::uint8_t>(tag[0]),
+                    tag.size() > 1 ? static_cast<std::uint8_t>(tag[1]) : -1);
+            }
+        if (powerMusic)
+            candidates.exactBytes.emplace_back('!', 'P');
+        if (xann)
+            candidates.exactBytes.emplace_back('<', -1);
+    }
+};
+
+const ActiveScanOrder& activeOrder() {
+    static const ActiveScanOrder order;
+    return order;
+}
+
+void runSteps(RipState& state, const FormatSteps& steps) {
+    steps.rip(state);
+    if (steps.depack)
+        steps.depack(state);
+}
+
+bool matchesAt(const RipState& state, std::string_view tag) {
+    return fits(state, state.position, tag.size()) &&
+           std::memcmp(state.input + state.position, tag.data(), tag.size()) == 0;
+}
+
+bool sixtyFourZeros(const std::uint8_t* at) {
+    std::uint64_t words[8];
+    std::memcpy(words, at, sizeof words);
+    std::uint64_t any = 0;
+    for (std::uint64_t word : words)
+        any |= word;
+    return any == 0;
+}
+
+bool isDigit(std::uint8_t c) {
+    return c >= '0' && c <= '9';
+}
+
+// A tag of the channel count ("1CHN" .. "9CHN", "10CH" .. "31CH") whose module the multi-channel
+// test accepts: recognised and stepped over, no output.
+bool tryChannelTags(RipState& state) {
+    const std::uint8_t* at = state.input + state.position;
+    int channels = 0;
+    if (at[0] >= '1' && at[0] <= '9' && std::memcmp(at + 1, "CHN", 3) == 0)
+        channels = at[0] - '0';
+    else if (((at[0] == '1' || at[0] == '2') && isDigit(at[1])) ||
+             (at[0] == '3' && (at[1] == '0' || at[1] == '1')))
+        channels = std::memcmp(at + 2, "CH", 2) == 0 ? (at[0] - '0') * 10 + (at[1] - '0') : 0;
+    if (channels == 0 || testMultiChannel(state, channels) != 0)
+        return false;
+    ripMultiChannel(state);
+    return true;
+}
+
+void scanChain(RipState& state, const ActiveScanOrder& order) {
+    const std::uint8_t* at = state.input + state.position;
+    if (order.powerMusic && std::memcmp(at, "!PM!", 4) == 0 && order.powerMusic->test(state) == 0) {
+        runSteps(state, *order.powerMusic);
+        return;
+    }
+    if (tryChannelTags(state))
+        return;
+    if (order.xann && at[0] == '<' && order.xann->test(state) == 0) {
+        runSteps(state, *order.xann);
+        return;
+    }
+    for (const ActiveChainEntry& entry : order.chain) {
+        if (entry.steps->test(state) != 0)
+            continue;
+        if (entry.refusedMessage)
+            std::printf(entry.refusedMessage, static_cast<long>(state.moduleStart));
+        else
+            runSteps(state, *entry.steps);
+        return;
+    }
+}
+
+void scanTags(RipState& state, const std::vector<ActiveTagRow>& rows) {
+    for (const ActiveTagRow& active : rows) {
+        const TagRow& row = *active.row;
+        if (!matchesAt(state, row.tag))
+            continue;
+        if (row.previousByte >= 0 &&
+            (state.position == 0 || state.input[state.position - 1] != row.previousByte))
+            continue;
+        bool accepted = false;
+        for (const FormatSteps* steps : active.steps) {
+            if (steps->test(state) == 0) {
+                runSteps(state, *steps);
+                accepted = true;
+                break;
+            }
+        }
+        if (accepted ? !row.acceptKeepsComparing : row.rejectEndsPosition)
+            return;
+    }
+}
+} // namespace
+
+void scanInput(RipState& state) {
+    const ActiveScanOrder& order = activeOrder();
+    const std::uint8_t* input = state.input;
+    const auto end = static_cast<std::uint32_t>(state.inputSize - 64);
+    CandidateFinder finder(order.candidates, input, static_cast<std::uint32_t>(state.inputSize),
+                           end);
+    for (state.position = finder.next(0); state.position < end;
+         state.position = finder.next(state.position + 1)) {
+        const std::uint8_t b = input[state.position];
+        if (b == 0 && sixtyFourZeros(input + state.position)) {
+            state.position += 62;
+            continue;
+        }
+        if (b <= 0x40)
+            scanChain(state, order);
+        else if (!order.tagsByFirstByte[b].empty())
+            scanTags(state, order.tagsByFirstByte[b]);
+    }
+}
+
+void ripBuffer(const std::uint8_t* data, std::int32_t size) {
+    RipState& state = ripState();
+    state.input = data;
+    state.inputSize = size;
+    state.position = 0;
+    if (size > 64)
+        scanInput(state);
+    state.input = nullptr;
+}

@@ -1,0 +1,37 @@
+#pragma once
+// Helpers for the ripper tests: a fresh current directory per test (the ripper reads "_types_"
+// and writes "-1.mod" there) and whole-file reads and writes.
+//
+// Threading: tests run one at a time; TempWorkDir changes the process's current directory.
+
+#include "ModulePacker.h"
+
+#include <filesystem>
+#include <string>
+
+// Creates a temporary directory, makes it the current directory and removes it afterwards.
+class TempWorkDir {
+public:
+    TempWorkDir();
+    ~TempWorkDir();
+    TempWorkDir(const TempWorkDir&) = delete;
+    TempWorkDir& operator=(const TempWorkDir&) = delete;
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    std::filesystem::path previous_;
+    std::filesystem::path path_;
+};
+
+Bytes readFile(const std::filesystem::path& path);
+void writeFile(const std::filesystem::path& path, const Bytes& bytes);
+
+// Deterministic filler that none of the ripper's formats mistakes for a module.
+Bytes filler(std::size_t size, unsigned seed);
+
+struct RipRun {
+    int result;
+    std::string console;
+};
+// Runs ripFile(2, path) in this process and captures its standard output.
+RipRun ripCaptured(const std::string& path, int argumentCount = 2);
