@@ -79,6 +79,7 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
     std::string nameScratch;
     endOut = endOut != nullptr ? endOut : &endScratch;
     typeNameOut = typeNameOut != nullptr ? typeNameOut : &nameScratch;
+    typeNameOut->clear();
     engineLog(0, "Loading song: %s", path.c_str());
     if (system == nullptr) {
         checkResult(audio::Result::NotReady, path);
@@ -113,7 +114,6 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
         }
     }
 
-    typeNameOut->clear();
     if (gzipped) {
         audio::CreateSoundInfo info;
         info.length = gzipBlock.size();
