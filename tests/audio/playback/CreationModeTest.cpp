@@ -9,6 +9,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -72,12 +73,12 @@ TEST(CreationModes, EveryModePlaysTheWavExactly) {
         SCOPED_TRACE(m.name);
         Sound* sound = nullptr;
         if (hasMode(m.mode, Mode::OpenMemory)) {
-            auto* block = new std::vector<char>(fileBytes(path));
+            auto block = std::make_unique<std::vector<char>>(fileBytes(path));
             CreateSoundInfo info;
             info.length = block->size();
             ASSERT_EQ(system->createSound(block->data(), m.mode, &info, &sound), Result::Ok);
             std::memset(block->data(), 0, block->size()); // the library kept its own copy
-            delete block;
+            block.reset();
         } else {
             ASSERT_EQ(system->createSound(path.c_str(), m.mode, nullptr, &sound), Result::Ok);
         }
