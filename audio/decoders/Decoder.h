@@ -63,7 +63,7 @@ struct NetworkOptions {
 
 // What to open: a path or an http(s) URL, or a memory block.
 struct DecoderSource {
-    std::string path;                                   // file path or URL; a name for memory
+    std::string path;                                  // file path or URL; a name for memory
     std::shared_ptr<const std::vector<uint8_t>> memory; // set: decode this block, not the path
     bool accurateTime = false; // exact length and sample-accurate seeking (scans VBR at open)
     NetworkOptions network;
