@@ -17,8 +17,7 @@ namespace audio {
 namespace {
 
 std::string media(const std::string& name) {
-    const char* dir = std::getenv("TAMBERLO_TEST_MEDIA");
-    return std::string(dir != nullptr ? dir : "test-media") + "/" + name;
+    return test::mediaPath(name);
 }
 
 using test::fileBytes;

@@ -15,7 +15,7 @@ using audio::test::fileBytes;
 using audio::test::wavData;
 
 std::string media(const std::string& name) {
-    return std::string(std::getenv("TAMBERLO_TEST_MEDIA")) + "/" + name;
+    return audio::test::mediaPath(name);
 }
 
 int run(const std::string& arguments) {

@@ -1,8 +1,9 @@
 #pragma once
-// The 16-bit sample bytes of a RIFF WAV file, found by walking its chunks (encoders may put
-// LIST or other chunks before "data").
+// Where the generated test media are, and the 16-bit sample bytes of a RIFF WAV file, found by
+// walking its chunks (encoders may put LIST or other chunks before "data").
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -10,6 +11,12 @@
 #include <vector>
 
 namespace audio::test {
+
+// The generated media folder: TAMBERLO_TEST_MEDIA when set, else the build tree's own.
+inline std::string mediaPath(const std::string& name) {
+    const char* dir = std::getenv("TAMBERLO_TEST_MEDIA");
+    return std::string(dir != nullptr && *dir != '\0' ? dir : TAMBERLO_TEST_MEDIA_DIR) + "/" + name;
+}
 
 inline std::vector<char> fileBytes(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
