@@ -32,7 +32,8 @@ class SystemCore;
 enum class Mode : unsigned {
     Default = 0,            // same as Sample
     Stream = 1u << 0,       // decoded while playing, by a worker thread
-    Sample = 1u << 1,       // decoded whole at creation (bounded, see MaxSampleSeconds)
+    Sample = 1u << 1,       // decoded whole at creation (up to 30 minutes; a source of unknown
+                            // length, such as a live stream, is streamed instead)
     AccurateTime = 1u << 2, // exact length and sample-accurate seeking (scans VBR files at open)
     OpenOnly = 1u << 3,     // only opened: for readData/seekData on the caller's thread
     OpenMemory = 1u << 4,   // the first argument is a memory block of CreateSoundInfo::length

@@ -188,4 +188,6 @@ Result Channel::getWaveData(float* out, int count, int side) const {
     return Result::Ok;
 }
 
+#undef AUDIO_RESOLVE_OR_FAIL
+
 } // namespace audio

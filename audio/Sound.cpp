@@ -26,15 +26,18 @@ Result Sound::Impl::make(detail::SystemCore* core, std::unique_ptr<Decoder> deco
     impl->sampleRate_ = decoder->sampleRate();
     impl->type_ = decoder->type();
     impl->rawBytes_ = decoder->lengthRawBytes();
-    const bool wholeSample = !hasMode(mode, Mode::Stream) && !hasMode(mode, Mode::OpenOnly);
+    // A source without a known end (a live stream) cannot be decoded whole; it plays as a
+    // stream whatever the mode asked.
+    const uint64_t known = decoder->lengthFrames();
+    const bool wholeSample =
+        !hasMode(mode, Mode::Stream) && !hasMode(mode, Mode::OpenOnly) && known != UnknownFrames;
     if (wholeSample) {
         const uint64_t limit = MaxSampleSeconds * static_cast<uint64_t>(impl->sampleRate_);
-        const uint64_t known = decoder->lengthFrames();
-        if (known != UnknownFrames && known > limit) {
+        if (known > limit) {
             return Result::OutOfMemory;
         }
         auto pcm = std::make_shared<std::vector<float>>();
-        pcm->reserve(known != UnknownFrames ? static_cast<size_t>(known) * 2 : 0);
+        pcm->reserve(static_cast<size_t>(known) * 2);
         std::vector<float> block(4096 * 2);
         for (;;) {
             const size_t frames = decoder->read(block.data(), 4096);
@@ -42,7 +45,7 @@ Result Sound::Impl::make(detail::SystemCore* core, std::unique_ptr<Decoder> deco
                 break;
             }
             if (pcm->size() / 2 + frames > limit) {
-                return Result::OutOfMemory; // a live stream opened as a sample never ends
+                return Result::OutOfMemory; // the source runs far past its reported length
             }
             pcm->insert(pcm->end(), block.begin(), block.begin() + static_cast<long>(frames * 2));
         }

@@ -163,8 +163,9 @@ Result SystemCore::playSound(Sound* sound, bool paused, Channel* channel) {
     slot->epoch = 0;
     slot->sourceRate = impl.sampleRate();
     slot->voice->prepare(impl.sampleRate(), offline_ ? slot->feeder.get() : nullptr);
-    // A few blocks decoded here let the first callback play at once.
-    slot->feeder->start(impl.playbackSource(), offline_ ? 0 : 4, !offline_);
+    // Two blocks decoded here let the first callback play at once; more would keep the GUI
+    // waiting on a slow network stream.
+    slot->feeder->start(impl.playbackSource(), offline_ ? 0 : 2, !offline_);
     slot->voice->start(paused);
     Channel handle(pool_, index, slot->generation);
     channels.push_back(handle);

@@ -50,6 +50,14 @@ void Normalizer::processActive(float* samples, size_t frames) {
     const double steps = target > gain_ ? riseFrames : fallFrames;
     const float step = steps > 1.0 ? static_cast<float>(1.0 - std::exp(-1.0 / steps)) : 1.0f;
     float gain = gain_;
+    if (gain == target) { // settled: a plain scale, or nothing at all at unity
+        if (gain != 1.0f) {
+            for (size_t i = 0; i < frames * 2; ++i) {
+                samples[i] *= gain;
+            }
+        }
+        return;
+    }
     for (size_t f = 0; f < frames; ++f) {
         gain += (target - gain) * step;
         samples[2 * f] *= gain;

@@ -16,9 +16,6 @@ public:
     enum Parameter { FadeTime, Threshold, MaxAmp, Count };
     explicit Normalizer(int sampleRate);
 
-    // The current gain (for tests of the mixer thread's state after rendering offline).
-    float gain() const { return gain_; }
-
 private:
     void reset() override;
     void processActive(float* samples, size_t frames) override;

@@ -31,7 +31,8 @@ size_t scaled(int frames, int sampleRate) {
 
 } // namespace
 
-Reverb::Reverb(int sampleRate) : Unit(ReverbRanges, Count) {
+Reverb::Reverb(int sampleRate)
+    : Unit(ReverbRanges, Count), input_(BlockFrames), left_(BlockFrames), right_(BlockFrames) {
     for (int i = 0; i < Combs; ++i) {
         combLeft_[i].buffer.assign(scaled(CombTuning[i], sampleRate), 0.0f);
         combRight_[i].buffer.assign(scaled(CombTuning[i] + StereoSpread, sampleRate), 0.0f);
@@ -76,41 +77,86 @@ void Reverb::updateCoefficients() {
     dry_ = seen_[DryMix] * ScaleDry;
 }
 
+namespace {
+
+// N damped combs over a block, adding their output to `out`. Each comb is a serial chain (its
+// state feeds the next frame), so running several side by side lets the processor overlap
+// them while their state stays in registers.
+template <int N>
+void runCombs(Reverb::Comb* combs, float feedback, float damp1, float damp2, const float* in,
+              float* out, size_t frames) {
+    float* line[N];
+    size_t size[N];
+    size_t at[N];
+    float state[N];
+    for (int c = 0; c < N; ++c) {
+        line[c] = combs[c].buffer.data();
+        size[c] = combs[c].buffer.size();
+        at[c] = combs[c].index;
+        state[c] = combs[c].store;
+    }
+    for (size_t f = 0; f < frames; ++f) {
+        float sum = 0.0f;
+        for (int c = 0; c < N; ++c) {
+            const float delayed = line[c][at[c]];
+            state[c] = delayed * damp2 + state[c] * damp1 + AntiDenormal;
+            line[c][at[c]] = in[f] + state[c] * feedback;
+            sum += delayed;
+            if (++at[c] == size[c]) {
+                at[c] = 0;
+            }
+        }
+        out[f] += sum;
+    }
+    for (int c = 0; c < N; ++c) {
+        combs[c].index = at[c];
+        combs[c].store = state[c];
+    }
+}
+
+// One all-pass over a block, in place.
+void runAllPass(std::vector<float>& buffer, size_t& index, float* samples, size_t frames) {
+    float* line = buffer.data();
+    const size_t size = buffer.size();
+    size_t at = index;
+    for (size_t f = 0; f < frames; ++f) {
+        const float delayed = line[at];
+        line[at] = samples[f] + delayed * AllPassFeedback;
+        samples[f] = delayed - samples[f];
+        if (++at == size) {
+            at = 0;
+        }
+    }
+    index = at;
+}
+
+} // namespace
+
 void Reverb::processActive(float* samples, size_t frames) {
     updateCoefficients();
-    for (size_t f = 0; f < frames; ++f) {
-        const float inLeft = samples[2 * f];
-        const float inRight = samples[2 * f + 1];
-        const float input = (inLeft + inRight) * InputGain;
-        float outLeft = 0.0f;
-        float outRight = 0.0f;
-        auto comb = [this, input](Comb& c) {
-            const float out = c.buffer[c.index];
-            c.store = out * damp2_ + c.store * damp1_ + AntiDenormal;
-            c.buffer[c.index] = input + c.store * feedback_;
-            if (++c.index == c.buffer.size()) {
-                c.index = 0;
-            }
-            return out;
-        };
-        for (int i = 0; i < Combs; ++i) {
-            outLeft += comb(combLeft_[i]);
-            outRight += comb(combRight_[i]);
+    while (frames > 0) {
+        const size_t n = std::min(frames, BlockFrames);
+        for (size_t f = 0; f < n; ++f) {
+            input_[f] = (samples[2 * f] + samples[2 * f + 1]) * InputGain;
         }
-        auto allPass = [](AllPass& a, float in) {
-            const float delayed = a.buffer[a.index];
-            a.buffer[a.index] = in + delayed * AllPassFeedback;
-            if (++a.index == a.buffer.size()) {
-                a.index = 0;
-            }
-            return delayed - in;
-        };
+        std::fill(left_.begin(), left_.begin() + static_cast<long>(n), 0.0f);
+        std::fill(right_.begin(), right_.begin() + static_cast<long>(n), 0.0f);
+        runCombs<Combs>(combLeft_.data(), feedback_, damp1_, damp2_, input_.data(), left_.data(),
+                        n);
+        runCombs<Combs>(combRight_.data(), feedback_, damp1_, damp2_, input_.data(), right_.data(),
+                        n);
         for (int i = 0; i < AllPasses; ++i) {
-            outLeft = allPass(allPassLeft_[i], outLeft);
-            outRight = allPass(allPassRight_[i], outRight);
+            runAllPass(allPassLeft_[i].buffer, allPassLeft_[i].index, left_.data(), n);
+            runAllPass(allPassRight_[i].buffer, allPassRight_[i].index, right_.data(), n);
         }
-        samples[2 * f] = outLeft * wet1_ + outRight * wet2_ + inLeft * dry_;
-        samples[2 * f + 1] = outRight * wet1_ + outLeft * wet2_ + inRight * dry_;
+        for (size_t f = 0; f < n; ++f) {
+            const float inLeft = samples[2 * f];
+            const float inRight = samples[2 * f + 1];
+            samples[2 * f] = left_[f] * wet1_ + right_[f] * wet2_ + inLeft * dry_;
+            samples[2 * f + 1] = right_[f] * wet1_ + left_[f] * wet2_ + inRight * dry_;
+        }
+        samples += 2 * n;
+        frames -= n;
     }
 }
 

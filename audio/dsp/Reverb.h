@@ -19,18 +19,20 @@ public:
     // Allocates the delay lines for `sampleRate` (Hz, 8000..192000).
     explicit Reverb(int sampleRate);
 
-private:
     struct Comb {
         std::vector<float> buffer;
         size_t index = 0;
         float store = 0.0f;
     };
+
+private:
     struct AllPass {
         std::vector<float> buffer;
         size_t index = 0;
     };
     static constexpr int Combs = 8;
     static constexpr int AllPasses = 4;
+    static constexpr size_t BlockFrames = 256;
 
     void reset() override;
     void processActive(float* samples, size_t frames) override;
@@ -39,6 +41,7 @@ private:
     std::array<Comb, Combs> combLeft_, combRight_;
     std::array<AllPass, AllPasses> allPassLeft_, allPassRight_;
     std::array<float, Count> seen_{};
+    std::vector<float> input_, left_, right_; // per-block work space, sized at creation
     float feedback_ = 0, damp1_ = 0, damp2_ = 0, wet1_ = 0, wet2_ = 0, dry_ = 0;
 };
 

@@ -131,6 +131,14 @@ size_t Voice::produce(float* out, size_t frames, bool* underrun) {
             blockOffset_ = 0;
         }
     }
+    // A channel whose last frame was just played ends now, not one call later, so whoever
+    // watches isPlaying (the render tool, a playlist) does not add a buffer of silence.
+    if (produced == frames && !resampling_) {
+        const AudioBlock* next = currentBlock();
+        if (next != nullptr && next->endOfData && next->frames == blockOffset_) {
+            finish();
+        }
+    }
     return produced;
 }
 

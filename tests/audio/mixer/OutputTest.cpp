@@ -2,6 +2,7 @@
 #include "SignalDecoder.h"
 #include "SystemInternal.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -104,6 +105,49 @@ TEST(Output, RealTimeChannelsSeekStopAndAreReused) {
     EXPECT_LT(position, 5u * 44100 + 44100);
     EXPECT_EQ(channel.stop(), Result::Ok);
     system->release();
+}
+
+// A source that delivers far slower than real time, like a stalling network stream.
+class StallingDecoder final : public Decoder {
+public:
+    int sampleRate() const override { return 44100; }
+    SoundType type() const override { return SoundType::MPEG; }
+    uint64_t lengthFrames() const override { return UnknownFrames; }
+    uint64_t lengthRawBytes() const override { return 0; }
+    int64_t bitRate() const override { return 0; }
+    int subsongCount() const override { return 1; }
+    Result selectSubsong(int) override { return Result::Ok; }
+    size_t read(float* out, size_t frames) override {
+        std::this_thread::sleep_for(40ms);
+        frames = std::min<size_t>(frames, 64);
+        std::fill(out, out + frames * 2, 0.1f);
+        return frames;
+    }
+    Result seek(uint64_t) override { return Result::Unsupported; }
+    Result lastError() const override { return Result::Ok; }
+};
+
+TEST(Output, UnderrunsPlaySilenceAndAreCounted) {
+    System* system = nullptr;
+    ASSERT_EQ(System::create(&system), Result::Ok);
+    OutputSpec spec;
+    spec.kind = OutputKind::Null;
+    spec.bufferFrames = 256;
+    ASSERT_EQ(system->init(2, spec), Result::Ok);
+    Sound* sound = nullptr;
+    ASSERT_EQ(
+        createSoundFromDecoder(system, std::make_unique<StallingDecoder>(), Mode::Stream, &sound),
+        Result::Ok);
+    Channel channel;
+    ASSERT_EQ(system->playSound(sound, false, &channel), Result::Ok);
+    std::this_thread::sleep_for(400ms);
+    EXPECT_GT(system->underrunCount(), 3u);
+    unsigned position = 0;
+    ASSERT_EQ(channel.getPosition(&position, TimeUnit::Pcm), Result::Ok);
+    EXPECT_LT(position, 44100u / 4); // it plays only what arrived, never invents frames
+    const auto start = std::chrono::steady_clock::now();
+    system->release(); // stops the worker even while its source stalls
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
 }
 
 TEST(Output, WavOutputWritesWhatItPlays) {

@@ -74,13 +74,22 @@ TEST(SoundData, ReadDataRefusedWhilePlaying) {
     EXPECT_EQ(sound->readData(pcm, sizeof pcm, &read), Result::Ok);
 }
 
-TEST(SoundData, SampleModeRefusesEndlessSources) {
+TEST(SoundData, SampleModeStreamsEndlessSourcesAndRefusesHugeOnes) {
     OfflineSystem system;
-    Sound* sound = nullptr;
-    EXPECT_EQ(createSoundFromDecoder(system.get(), makeSignal(8000, UnknownFrames, levels),
-                                     Mode::Sample, &sound),
+    Sound* endless = nullptr;
+    ASSERT_EQ(createSoundFromDecoder(system.get(), makeSignal(8000, UnknownFrames, levels),
+                                     Mode::Sample, &endless),
+              Result::Ok);
+    Channel channel = system.play(endless);
+    system.render(4096);
+    bool playing = false;
+    EXPECT_EQ(channel.isPlaying(&playing), Result::Ok);
+
+    Sound* huge = nullptr;
+    EXPECT_EQ(createSoundFromDecoder(system.get(), makeSignal(8000, 8000ull * 3600, levels),
+                                     Mode::Sample, &huge),
               Result::OutOfMemory);
-    EXPECT_EQ(sound, nullptr);
+    EXPECT_EQ(huge, nullptr);
 }
 
 TEST(SoundData, CallsBeforeInitAnswerNotReady) {

@@ -1,6 +1,7 @@
 // Sounds made from the generated test media in every creation mode play the same audio, from a
 // path or from a memory block the caller frees at once, and seek to the exact frame.
 #include "Audio.h"
+#include "WavData.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,22 +17,11 @@ namespace audio {
 namespace {
 
 std::string media(const std::string& name) {
-    const char* dir = std::getenv("TAMBERLO_TEST_MEDIA");
-    return std::string(dir != nullptr ? dir : "test-media") + "/" + name;
+    return test::mediaPath(name);
 }
 
-std::vector<char> fileBytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-// The 16-bit frames of a canonical WAV written by the test-media step (44-byte header).
-std::vector<int16_t> wavFrames(const std::string& path) {
-    const std::vector<char> bytes = fileBytes(path);
-    std::vector<int16_t> samples((bytes.size() - 44) / 2);
-    std::memcpy(samples.data(), bytes.data() + 44, samples.size() * 2);
-    return samples;
-}
+using test::fileBytes;
+using test::wavSamples;
 
 class Offline {
 public:
@@ -66,7 +57,7 @@ private:
 
 TEST(CreationModes, EveryModePlaysTheWavExactly) {
     const std::string path = media("music.wav");
-    const std::vector<int16_t> reference = wavFrames(path);
+    const std::vector<int16_t> reference = wavSamples(path);
     ASSERT_GT(reference.size(), 2u * 44100);
     Offline system;
     const struct {
@@ -81,12 +72,12 @@ TEST(CreationModes, EveryModePlaysTheWavExactly) {
         SCOPED_TRACE(m.name);
         Sound* sound = nullptr;
         if (hasMode(m.mode, Mode::OpenMemory)) {
-            auto* block = new std::vector<char>(fileBytes(path));
+            auto block = std::make_unique<std::vector<char>>(fileBytes(path));
             CreateSoundInfo info;
             info.length = block->size();
             ASSERT_EQ(system->createSound(block->data(), m.mode, &info, &sound), Result::Ok);
             std::memset(block->data(), 0, block->size()); // the library kept its own copy
-            delete block;
+            block.reset();
         } else {
             ASSERT_EQ(system->createSound(path.c_str(), m.mode, nullptr, &sound), Result::Ok);
         }

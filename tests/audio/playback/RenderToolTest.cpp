@@ -1,4 +1,6 @@
 // tamberlo-render, run as a user would: the WAV it writes holds the files one after another.
+#include "WavData.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -9,13 +11,11 @@
 
 namespace {
 
-std::vector<char> fileBytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+using audio::test::fileBytes;
+using audio::test::wavData;
 
 std::string media(const std::string& name) {
-    return std::string(std::getenv("TAMBERLO_TEST_MEDIA")) + "/" + name;
+    return audio::test::mediaPath(name);
 }
 
 int run(const std::string& arguments) {
@@ -25,17 +25,16 @@ int run(const std::string& arguments) {
 TEST(RenderTool, WritesTheFilesOneAfterAnother) {
     const std::string out = ::testing::TempDir() + "render-tool-test.wav";
     ASSERT_EQ(run("-o " + out + " " + media("music.wav") + " " + media("mono.wav")), 0);
-    const std::vector<char> music = fileBytes(media("music.wav"));
-    const std::vector<char> mono = fileBytes(media("mono.wav"));
-    const std::vector<char> rendered = fileBytes(out);
-    const size_t musicData = music.size() - 44;
-    const size_t monoFrames = (mono.size() - 44) / 2;
-    ASSERT_EQ(rendered.size(), 44 + musicData + monoFrames * 4);
+    const std::vector<char> music = wavData(fileBytes(media("music.wav")));
+    const std::vector<char> mono = wavData(fileBytes(media("mono.wav")));
+    const std::vector<char> rendered = wavData(fileBytes(out));
+    const size_t monoFrames = mono.size() / 2;
+    ASSERT_EQ(rendered.size(), music.size() + monoFrames * 4);
     // 16-bit at 44.1 kHz passes through bit-exact; the mono file is on both sides.
-    EXPECT_EQ(std::memcmp(rendered.data() + 44, music.data() + 44, musicData), 0);
+    EXPECT_EQ(std::memcmp(rendered.data(), music.data(), music.size()), 0);
     for (size_t i = 0; i < monoFrames; i += 997) {
-        const char* frame = rendered.data() + 44 + musicData + i * 4;
-        const char* sample = mono.data() + 44 + i * 2;
+        const char* frame = rendered.data() + music.size() + i * 4;
+        const char* sample = mono.data() + i * 2;
         ASSERT_EQ(std::memcmp(frame, sample, 2), 0) << i;
         ASSERT_EQ(std::memcmp(frame + 2, sample, 2), 0) << i;
     }
@@ -45,11 +44,11 @@ TEST(RenderTool, WritesTheFilesOneAfterAnother) {
 TEST(RenderTool, ResamplesToTheAskedRate) {
     const std::string out = ::testing::TempDir() + "render-tool-rate.wav";
     ASSERT_EQ(run("--rate 22050 -o " + out + " " + media("tone-48k.wav")), 0);
-    const std::vector<char> rendered = fileBytes(out);
+    const std::vector<char> file = fileBytes(out);
     uint32_t rate = 0;
-    std::memcpy(&rate, rendered.data() + 24, 4);
+    std::memcpy(&rate, file.data() + 24, 4);
     EXPECT_EQ(rate, 22050u);
-    EXPECT_NEAR(static_cast<double>(rendered.size() - 44) / 4, 3 * 22050, 22050 * 0.01);
+    EXPECT_NEAR(static_cast<double>(wavData(file).size()) / 4, 3 * 22050, 22050 * 0.01);
     std::remove(out.c_str());
 }
 
