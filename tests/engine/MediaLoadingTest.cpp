@@ -12,12 +12,12 @@ namespace {
 
 std::string media(const std::string& name) {
     const char* dir = std::getenv("TAMBERLO_TEST_MEDIA");
-    return std::string(dir != nullptr ? dir : "test-media") + "/" + name;
+    return std::string(dir != nullptr ? dir : TAMBERLO_TEST_MEDIA_DIR) + "/" + name;
 }
 
 std::string ripperBesidePrograms() {
     const char* dir = std::getenv("TAMBERLO_APP_DIR");
-    return std::string(dir != nullptr ? dir : ".") + "/tamberlo-rip";
+    return std::string(dir != nullptr ? dir : TAMBERLO_APP_DIR_PATH) + "/tamberlo-rip";
 }
 
 size_t filesIn(const std::string& dir) {
