@@ -1,7 +1,9 @@
 // Loading real media: gzip-compressed songs play from memory and leave nothing on disk, and a
 // file that only the module ripper can make playable plays the converted module.
 #include "EngineTestSupport.h"
+#include "LocalStreamServer.h"
 #include "ModulePacker.h"
+#include "PlaybackSequencer.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -82,6 +84,44 @@ TEST(MediaLoading, RefusedFileWithAPackedModulePlaysTheRippedModule) {
     unsigned position = 0;
     engine->getChannel(1).getPosition(&position, audio::TimeUnit::Ms);
     EXPECT_GT(position, 400u);
+}
+
+TEST(MediaLoading, LiveStreamHasNoEndAndTheUnknownLengthLimitActsFromItsSecondPlay) {
+    LocalStreamServer server(readBytes(media("music.mp3")), "audio/mpeg");
+    ASSERT_FALSE(server.url().empty());
+    ScratchDir dir("stream");
+    CapturedLog log(dir.file("log.html"));
+    auto engine = offlineEngine();
+    PlaybackSequencer sequencer(*engine);
+    SequencerOptions options;
+    options.gapless = true;
+    options.unknownLimit = true;
+    options.unknownLimitSeconds = 1;
+    sequencer.setOptions(options);
+
+    SequencedEntry radio;
+    radio.path = server.url();
+    const PlaybackSequencer::StartResult first = sequencer.start(radio);
+    ASSERT_TRUE(first.loaded);
+    EXPECT_FALSE(first.seekable);
+    EXPECT_TRUE(log.contains("Sound is of unlimited length, skipping get real sound end"));
+    EXPECT_EQ(sequencer.endMs(), PlaybackSequencer::UnknownLengthMs) << "first play: no end";
+    EXPECT_EQ(radio.lengthMs, 1000u) << "the limit is stored for the next play";
+    EXPECT_EQ(radio.formatName, "MP2/MP3 MPEG");
+    for (int tick = 0; tick < 60; ++tick) {
+        mixMs(*engine, 20);
+        ASSERT_FALSE(sequencer.tick().ended) << tick;
+    }
+
+    ASSERT_TRUE(sequencer.start(radio).loaded);
+    EXPECT_EQ(sequencer.endMs(), 1000u);
+    int ticks = 0;
+    while (ticks < 200 && !sequencer.tick().ended) {
+        mixMs(*engine, 20);
+        ++ticks;
+    }
+    EXPECT_EQ(ticks, 50);
+    sequencer.stop();
 }
 
 } // namespace
