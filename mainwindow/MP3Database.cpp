@@ -60,14 +60,20 @@ MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlag
     }
     const CommandLine commandLine = parseCommandLine(argc, argv);
 
-    engine_ = std::make_unique<SoundEngine>(*theLogFile);
-    engine_->init(commandLine.output.toStdString());
+    engine_ = std::make_unique<SoundEngine>();
+    audio::OutputSpec output;
+    if (!commandLine.output.isEmpty() &&
+        audio::parseOutputSpec(commandLine.output.toStdString(), &output) != audio::Result::Ok) {
+        theLogFile->logLine(LogFile::Red, "Unknown audio output '%s', using the default",
+                            qPrintable(commandLine.output));
+    }
+    engine_->init(output);
     ui->setupUi(this);
     setWindowFlags(Qt::FramelessWindowHint);
     setWindowIcon(QIcon("Resources/mp3.png"));
     playList_ = new PlayList(this, engine_.get(), *theLogFile);
     playList_->setWindowFlags(Qt::Tool | Qt::FramelessWindowHint);
-    levelMeter_ = std::make_unique<LevelMeter>(ui->labelVUMeter, *engine_);
+    levelMeter_ = std::make_unique<LevelMeter>(ui->labelVUMeter, engine_.get());
     sequencer_ = std::make_unique<PlaybackSequencer>(*engine_);
 
     ui->labelTopBar->setPixmap(QPixmap(skin::resourcePath(appDir, "top.png")));
@@ -156,7 +162,7 @@ void MP3Database::dropEvent(QDropEvent* event) {
         noSound_ = false;
         paused_ = false;
         ui->buttonPause->setChecked(false);
-        sequencer_->setPaused(false);
+        channel().setPaused(false);
         markRow(0, true);
         ui->sliderProgress->setEnabled(true);
         startCurrentEntry();

@@ -7,6 +7,7 @@
 //
 // Threading: GUI thread only.
 
+#include "Audio.h"
 #include "PlaylistEntry.h"
 #include "TimeText.h"
 #include "WindowSnapping.h"
@@ -108,6 +109,7 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    audio::Channel channel() const; // the current slot's channel (a stale handle is harmless)
     void startCurrentEntry();
     void stopPlayback();
     void refreshInfoLabels();

@@ -8,6 +8,7 @@
 #include "ui_MP3Database.h"
 
 #include <QDebug>
+#include <QFile>
 
 namespace {
 
@@ -26,11 +27,11 @@ void MP3Database::on_sliderProgress_sliderReleased() {
     if (value >= ui->sliderProgress->maximum()) {
         value = ui->sliderProgress->maximum() - 1;
     }
-    sequencer_->channel().setPosition(static_cast<unsigned>(value), audio::TimeUnit::Ms);
+    channel().setPosition(static_cast<unsigned>(value), audio::TimeUnit::Ms);
 }
 
 void MP3Database::on_sliderBalance_valueChanged(int value) {
-    sequencer_->channel().setPan(static_cast<float>(value / 100.0));
+    channel().setPan(static_cast<float>(value / 100.0));
     if (value == 0) {
         ui->labelBalance->setText("Center");
     } else {
@@ -52,7 +53,7 @@ void MP3Database::on_sliderVolume_valueChanged(int value) {
 
 void MP3Database::on_sliderPitch_valueChanged(int value) {
     ui->labelPitch->setText(QString::number(value) + "%");
-    sequencer_->channel().setFrequency(
+    channel().setFrequency(
         static_cast<float>(engine_->getBaseFrequency(sequencer_->slot()) * (value / 100.0)));
 }
 
@@ -76,7 +77,7 @@ void MP3Database::on_buttonMinimize_clicked() { showMinimized(); }
 
 void MP3Database::seekToSubsong() {
     refreshInfoLabels();
-    sequencer_->channel().setPosition(static_cast<unsigned>(currentSubsong_),
+    channel().setPosition(static_cast<unsigned>(currentSubsong_),
                                       audio::TimeUnit::SubsongCount);
     ui->sliderProgress->setMaximum(static_cast<int>(currentEntry_.lengthMs));
 }
@@ -99,10 +100,12 @@ void MP3Database::on_buttonPrevSub_clicked() {
 
 void MP3Database::markRow(int row, bool playing) { playList_->setRowPlaying(row, playing); }
 
+audio::Channel MP3Database::channel() const { return engine_->getChannel(sequencer_->slot()); }
+
 void MP3Database::resumeFromPause() {
     paused_ = false;
     ui->buttonPause->setChecked(false);
-    sequencer_->setPaused(false);
+    channel().setPaused(false);
 }
 
 void MP3Database::on_buttonNext_clicked() {
@@ -142,7 +145,7 @@ void MP3Database::on_buttonPause_clicked() {
     }
     paused_ = !paused_;
     ui->buttonPause->setChecked(paused_);
-    sequencer_->setPaused(paused_);
+    channel().setPaused(paused_);
 }
 
 void MP3Database::on_buttonPlay_clicked() {
@@ -177,7 +180,7 @@ void MP3Database::playFromPlaylist() {
 }
 
 void MP3Database::on_buttonStop_clicked() {
-    engine_->stopAll();
+    sequencer_->stop();
     levelMeter_->clear();
     noSound_ = true;
     resumeFromPause();
@@ -197,55 +200,45 @@ void MP3Database::startCurrentEntry() {
         return;
     }
     noSound_ = false;
-    const PlaybackSequencer::Options options{gaplessAccurate, gaplessEnabled, gaplessCutoff};
-    const PlaybackSequencer::Start started =
-        sequencer_->start(model.entry(currentSound).path, options);
+    PlaylistEntry entry = model.entry(currentSound);
+    SequencedEntry song{entry.path, entry.startOffsetMs, entry.lengthMs, entry.formatName};
+    sequencer_->setOptions({gaplessAccurate, gaplessEnabled, gaplessCutoff, unknownLengthEnabled,
+                            static_cast<std::uint32_t>(unknownLengthSeconds)});
+    const PlaybackSequencer::StartResult started = sequencer_->start(song, paused_);
     levelMeter_->setSlot(sequencer_->slot());
     if (!started.loaded) {
         playList_->markUnplayable(currentSound);
         return;
     }
-    PlaylistEntry entry = model.entry(currentSound);
-    if (entry.lengthMs == 0) {
-        entry.lengthMs = started.endMs;
-    }
-    // Where the measured leading silence ends (0 without gapless), so a replay starts there too.
-    entry.startOffsetMs = started.startMs;
-    entry.formatName = started.typeName;
-    model.setEntry(currentSound, entry);
-    currentEntry_ = entry; // the copy the tick compares against
+    // The window's copy keeps the end the tick moves on at; the playlist's entry keeps the
+    // length for later plays (the full length, or the unknown-length limit).
+    entry.formatName = song.formatName;
+    entry.lengthMs = song.lengthMs;
+    currentEntry_ = entry;
+    currentEntry_.lengthMs = sequencer_->endMs();
     soundLoaded_ = true;
     preloaded_ = false;
-
-    // Length and seeking; written to the playlist's entry only, not to the copy above.
-    if (unknownLengthEnabled && entry.lengthMs == PlaylistEntry::UnknownLength) {
-        entry.lengthMs = static_cast<std::uint32_t>(unknownLengthSeconds) * 1000u;
-        ui->sliderProgress->setMaximum(static_cast<int>(entry.lengthMs));
-        ui->sliderProgress->setEnabled(false);
-    } else {
-        entry.lengthMs = sequencer_->soundLengthMs();
-        ui->sliderProgress->setMaximum(static_cast<int>(entry.lengthMs));
-        ui->sliderProgress->setEnabled(entry.lengthMs != PlaylistEntry::UnknownLength);
-    }
-    model.setEntry(currentSound, entry);
+    ui->sliderProgress->setMaximum(static_cast<int>(song.lengthMs));
+    ui->sliderProgress->setEnabled(started.seekable);
 
     if (!paused_) {
-        sequencer_->channel().setPosition(entry.startOffsetMs, audio::TimeUnit::Ms);
-        sequencer_->play();
         on_sliderBalance_valueChanged(ui->sliderBalance->value());
         on_sliderPitch_valueChanged(ui->sliderPitch->value());
     }
 
-    unsigned count = sequencer_->subsongCount();
-    if (count == 0 || count > MaxSubsongs) {
+    unsigned count = 1;
+    audio::Sound* sound = engine_->getSound(sequencer_->slot());
+    if (!sound || sound->getLength(&count, audio::TimeUnit::SubsongCount) != audio::Result::Ok ||
+        count == 0 || count > MaxSubsongs) {
         count = 1;
     }
     subsongCount_ = static_cast<int>(count);
     entry.subsongCount = count;
+    currentEntry_.subsongCount = count;
     model.setEntry(currentSound, entry);
     if (count > 1) {
-        sequencer_->channel().setPosition(static_cast<unsigned>(currentSubsong_),
-                                          audio::TimeUnit::SubsongCount);
+        channel().setPosition(static_cast<unsigned>(currentSubsong_),
+                              audio::TimeUnit::SubsongCount);
     }
     refreshInfoLabels();
 }
@@ -256,7 +249,7 @@ void MP3Database::timerProgress() {
     if (noSound_ || paused_) {
         return;
     }
-    const PlaybackSequencer::Tick tick = sequencer_->tick(currentEntry_.lengthMs);
+    const PlaybackSequencer::Tick tick = sequencer_->tick();
     if (tick.ended) {
         if (currentSound >= playList_->model().count() - 1) {
             on_buttonStop_clicked();
@@ -289,9 +282,9 @@ void MP3Database::refreshInfoLabels() {
                             " (" + formatTime(currentEntry_.lengthMs) + ")");
     unsigned positionMs = 0;
     unsigned positionBytes = 0;
-    audio::Channel channel = sequencer_->channel();
-    channel.getPosition(&positionMs, audio::TimeUnit::Ms);
-    channel.getPosition(&positionBytes, audio::TimeUnit::RawBytes);
+    const audio::Channel current = channel();
+    current.getPosition(&positionMs, audio::TimeUnit::Ms);
+    current.getPosition(&positionBytes, audio::TimeUnit::RawBytes);
     const unsigned bitRate = positionMs == 0 ? 0 : positionBytes / positionMs * 8;
     ui->labelInfo->setText(
         "Subsong: " + QString::number(currentSubsong_ + 1) + "/" + QString::number(subsongCount_) +

@@ -91,17 +91,17 @@ void MP3Database::saveSettings() {
     settings.setValue(key::PlaylistWindowY, list.top());
     settings.setValue(key::PlaylistWindowWidth, list.right() - list.left() + 1);
     settings.setValue(key::PlaylistWindowHeight, list.bottom() - list.top() + 1);
-    settings.setValue(key::ReverbDamp, static_cast<double>(engine_->getReverbDamp()));
-    settings.setValue(key::ReverbRoomSize, static_cast<double>(engine_->getReverbRoomSize()));
-    settings.setValue(key::ReverbWetMix, static_cast<double>(engine_->getReverbWetMix()));
-    settings.setValue(key::ReverbDryMix, static_cast<double>(engine_->getReverbDryMix()));
-    settings.setValue(key::ReverbWidth, static_cast<double>(engine_->getReverbWidth()));
+    settings.setValue(key::ReverbDamp, static_cast<double>(engine_->getReverbParameters()[1]));
+    settings.setValue(key::ReverbRoomSize, static_cast<double>(engine_->getReverbParameters()[0]));
+    settings.setValue(key::ReverbWetMix, static_cast<double>(engine_->getReverbParameters()[2]));
+    settings.setValue(key::ReverbDryMix, static_cast<double>(engine_->getReverbParameters()[3]));
+    settings.setValue(key::ReverbWidth, static_cast<double>(engine_->getReverbParameters()[4]));
     settings.setValue(key::ReverbEnabled, engine_->isReverbEnabled());
     settings.setValue(key::NormalizeFadeTime,
-                      static_cast<double>(engine_->getNormalizerFadeTime()));
+                      static_cast<double>(engine_->getNormalizerParameters()[0]));
     settings.setValue(key::NormalizeThreshold,
-                      static_cast<double>(engine_->getNormalizerThreshold()));
-    settings.setValue(key::NormalizeMaxAmp, static_cast<double>(engine_->getNormalizerMaxAmp()));
+                      static_cast<double>(engine_->getNormalizerParameters()[1]));
+    settings.setValue(key::NormalizeMaxAmp, static_cast<double>(engine_->getNormalizerParameters()[2]));
     settings.setValue(key::NormalizeEnabled, engine_->isNormalizerEnabled());
     settings.setValue(key::VuMultiplier, vuMultiplier);
     settings.setValue(key::VuSensitivity, vuSensitivity);

@@ -31,14 +31,14 @@ settingsDlg::settingsDlg(MP3Database* player, SoundEngine* engine, PlayList* pla
     ui->setupUi(this);
     setWindowIcon(QIcon(QCoreApplication::applicationDirPath() + "/Resources/mp3.png"));
 
-    ui->sliderRoomSize->setValue(scaled(engine_->getReverbRoomSize(), 100));
-    ui->sliderDamp->setValue(scaled(engine_->getReverbDamp(), 100));
-    ui->sliderWetMix->setValue(scaled(engine_->getReverbWetMix(), 100));
-    ui->sliderDryMix->setValue(scaled(engine_->getReverbDryMix(), 100));
-    ui->sliderWidth->setValue(scaled(engine_->getReverbWidth(), 100));
-    ui->sliderNormThreshhold->setValue(scaled(engine_->getNormalizerThreshold(), 100));
-    ui->sliderNormFadeTime->setValue(scaled(engine_->getNormalizerFadeTime(), 1));
-    ui->sliderNormMaxAmp->setValue(scaled(engine_->getNormalizerMaxAmp(), 1));
+    ui->sliderRoomSize->setValue(scaled(engine_->getReverbParameters()[0], 100));
+    ui->sliderDamp->setValue(scaled(engine_->getReverbParameters()[1], 100));
+    ui->sliderWetMix->setValue(scaled(engine_->getReverbParameters()[2], 100));
+    ui->sliderDryMix->setValue(scaled(engine_->getReverbParameters()[3], 100));
+    ui->sliderWidth->setValue(scaled(engine_->getReverbParameters()[4], 100));
+    ui->sliderNormThreshhold->setValue(scaled(engine_->getNormalizerParameters()[1], 100));
+    ui->sliderNormFadeTime->setValue(scaled(engine_->getNormalizerParameters()[0], 1));
+    ui->sliderNormMaxAmp->setValue(scaled(engine_->getNormalizerParameters()[2], 1));
     ui->sliderMultiplier->setValue(static_cast<int>(player_->vuMultiplier * 10));
     ui->sliderSensitivity->setValue(player_->vuSensitivity);
     ui->sliderUnknownSoundLength->setValue(player_->unknownLengthSeconds);
