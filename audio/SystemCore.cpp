@@ -1,0 +1,178 @@
+#include "SystemCore.h"
+
+#include "Normalizer.h"
+#include "PluginRegistry.h"
+#include "Reverb.h"
+#include "SoundImpl.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace audio::detail {
+
+SystemCore::SystemCore() : master_(this) {}
+
+SystemCore::~SystemCore() {
+    close();
+}
+
+PluginRegistry& SystemCore::plugins() {
+    if (!plugins_) {
+        plugins_ = std::make_unique<PluginRegistry>();
+    }
+    return *plugins_;
+}
+
+Result SystemCore::openOutput(const OutputSpec& requested) {
+    OutputSpec spec = requested;
+    if (spec.kind == OutputKind::Auto) {
+        spec.kind = OutputKind::Sdl;
+        const char* env = std::getenv("TAMBERLO_OUTPUT");
+        if (env != nullptr && *env != '\0' && parseOutputSpec(env, &spec) != Result::Ok) {
+            info_.detail = std::string("unknown TAMBERLO_OUTPUT \"") + env + "\", using sdl";
+        }
+    }
+    info_.kind = spec.kind;
+    offline_ = spec.kind == OutputKind::Offline;
+    switch (spec.kind) {
+    case OutputKind::Offline:
+        return Result::Ok;
+    case OutputKind::Sdl: {
+        std::string error;
+        if (openSdlOutput(*mixer_, spec.bufferFrames, &output_, &error) == Result::Ok) {
+            return Result::Ok;
+        }
+        // A machine without a sound device still plays, silently, at real-time pace.
+        info_.kind = OutputKind::Null;
+        info_.fallbackReason = Result::OutputInitFailed;
+        info_.detail = "SDL audio device: " + error + "; using the null output";
+        return openPacedOutput(*mixer_, spec.bufferFrames, "", &output_);
+    }
+    case OutputKind::Null:
+        return openPacedOutput(*mixer_, spec.bufferFrames, "", &output_);
+    case OutputKind::Wav:
+        return openPacedOutput(*mixer_, spec.bufferFrames, spec.wavPath, &output_);
+    case OutputKind::Auto:
+        break;
+    }
+    return Result::InvalidParameter;
+}
+
+Result SystemCore::init(int maxChannels, const OutputSpec& spec) {
+    if (initialised()) {
+        return Result::NotReady;
+    }
+    if (maxChannels < 1 || maxChannels > 256 || spec.sampleRate < 8000 ||
+        spec.sampleRate > 192000 || spec.bufferFrames < 64 || spec.bufferFrames > 16384) {
+        return Result::InvalidParameter;
+    }
+    std::vector<std::unique_ptr<Voice>> voices(static_cast<size_t>(maxChannels));
+    for (auto& voice : voices) {
+        const Result made = Voice::create(spec.sampleRate, Mixer::ChunkFrames, &voice);
+        if (made != Result::Ok) {
+            return made;
+        }
+    }
+    info_ = OutputInfo{};
+    info_.sampleRate = spec.sampleRate;
+    info_.bufferFrames = spec.bufferFrames;
+    pool_ = std::make_shared<ChannelPool>(std::move(voices), false);
+    mixer_ = std::make_unique<Mixer>(spec.sampleRate, pool_->voices());
+    const Result opened = openOutput(spec);
+    if (opened != Result::Ok) {
+        pool_.reset();
+        mixer_.reset();
+        return opened == Result::InvalidParameter ? opened : Result::OutputInitFailed;
+    }
+    pool_->setRealtime(!offline_);
+    return Result::Ok;
+}
+
+Result SystemCore::close() {
+    if (!initialised()) {
+        return Result::NotReady;
+    }
+    if (output_) {
+        output_->close();
+        output_.reset();
+    }
+    pool_->shutdown();
+    for (Sound* sound : std::vector<Sound*>(sounds_.begin(), sounds_.end())) {
+        sound->release();
+    }
+    pool_.reset(); // outstanding Channel handles expire here
+    mixer_.reset();
+    dsps_.clear();
+    return Result::Ok;
+}
+
+Result SystemCore::createSound(std::unique_ptr<Decoder> decoder, Mode mode, Sound** sound) {
+    if (!initialised()) {
+        return Result::NotReady;
+    }
+    std::unique_ptr<Sound::Impl> impl;
+    const Result made = Sound::Impl::make(this, std::move(decoder), mode, &impl);
+    if (made != Result::Ok) {
+        return made;
+    }
+    *sound = new Sound(std::move(impl));
+    sounds_.insert(*sound);
+    return Result::Ok;
+}
+
+void SystemCore::forgetSound(Sound* sound) {
+    for (Channel& channel : sound->impl().channels()) {
+        channel.stop();
+    }
+    sounds_.erase(sound);
+}
+
+Result SystemCore::playSound(Sound* sound, bool paused, Channel* channel) {
+    if (channel != nullptr) {
+        *channel = Channel();
+    }
+    if (!initialised()) {
+        return Result::NotReady;
+    }
+    if (sound == nullptr || sounds_.count(sound) == 0) {
+        return Result::InvalidHandle;
+    }
+    Sound::Impl& impl = sound->impl();
+    auto& channels = impl.channels();
+    // Forget handles that went stale; a stream plays on one channel at a time.
+    channels.erase(std::remove_if(channels.begin(), channels.end(),
+                                  [](const Channel& c) {
+                                      bool playing = false;
+                                      return c.isPlaying(&playing) != Result::Ok;
+                                  }),
+                   channels.end());
+    if (impl.isStream()) {
+        for (Channel& old : channels) {
+            if (ChannelSlot* slot = pool_->live(old.index_, old.generation_)) {
+                pool_->retireAndJoin(*slot); // its worker must not touch the decoder any more
+            }
+        }
+        channels.clear();
+    }
+    uint32_t index = 0;
+    ChannelSlot* slot = pool_->acquire(&index);
+    if (slot == nullptr) {
+        return Result::NoFreeChannel;
+    }
+    slot->sound = sound;
+    slot->epoch = 0;
+    slot->sourceRate = impl.sampleRate();
+    slot->voice->prepare(impl.sampleRate(), offline_ ? slot->feeder.get() : nullptr);
+    // Two blocks decoded here let the first callback play at once; more would keep the GUI
+    // waiting on a slow network stream.
+    slot->feeder->start(impl.playbackSource(), offline_ ? 0 : 2, !offline_);
+    slot->voice->start(paused);
+    Channel handle(pool_, index, slot->generation);
+    channels.push_back(handle);
+    if (channel != nullptr) {
+        *channel = handle;
+    }
+    return Result::Ok;
+}
+
+} // namespace audio::detail

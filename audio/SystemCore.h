@@ -1,0 +1,55 @@
+#pragma once
+// The state behind a System: plug-ins, the output, the mixer with its channel pool, the DSP
+// units and the sounds not yet released.
+//
+// Threading: GUI thread only; the mixer and output it owns run their own threads.
+
+#include "Audio.h"
+#include "ChannelPool.h"
+#include "Mixer.h"
+#include "Output.h"
+
+#include <memory>
+#include <set>
+#include <vector>
+
+namespace audio::detail {
+
+class SystemCore {
+public:
+    SystemCore();
+    ~SystemCore();
+
+    Result init(int maxChannels, const OutputSpec& spec);
+    Result close();
+    bool initialised() const { return mixer_ != nullptr; }
+    bool offline() const { return offline_; }
+
+    // Wraps an opened decoder in a Sound (Sample mode decodes it whole).
+    Result createSound(std::unique_ptr<Decoder> decoder, Mode mode, Sound** sound);
+    Result playSound(Sound* sound, bool paused, Channel* channel);
+    // Stops the sound's channels and drops it from the list released by close.
+    void forgetSound(Sound* sound);
+
+    PluginRegistry& plugins();
+    Mixer* mixer() { return mixer_.get(); }
+    ChannelPool* pool() { return pool_.get(); }
+    const OutputInfo& outputInfo() const { return info_; }
+    std::vector<std::unique_ptr<Dsp>>& dsps() { return dsps_; }
+    ChannelGroup& master() { return master_; }
+
+private:
+    Result openOutput(const OutputSpec& spec);
+
+    std::unique_ptr<PluginRegistry> plugins_;
+    OutputInfo info_;
+    bool offline_ = false;
+    std::unique_ptr<Mixer> mixer_;
+    std::shared_ptr<ChannelPool> pool_;
+    std::unique_ptr<Output> output_;
+    std::vector<std::unique_ptr<Dsp>> dsps_;
+    std::set<Sound*> sounds_;
+    ChannelGroup master_;
+};
+
+} // namespace audio::detail

@@ -1,0 +1,71 @@
+/* The C interface of codec plug-ins: a shared library (codec_NAME.so, .dll on Windows) exports
+ * one function, tamberlo_codec_entry, that returns a table of operations. The player checks the
+ * table's version and then calls the operations to decode the files the plug-in claims.
+ *
+ * Threading: the player calls probe and the open functions on the thread that creates a sound,
+ * and all other operations of one handle on one thread at a time (possibly a different one
+ * from the opener's, never two at once). Different handles may be used on different threads at
+ * the same time, so a plug-in keeps its state in the handle, not in globals.
+ */
+#ifndef TAMBERLO_CODEC_H
+#define TAMBERLO_CODEC_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Raised whenever the table or the info record changes in a way old plug-ins cannot follow. */
+#define TAMBERLO_CODEC_ABI_VERSION 1u
+/* The exported entry point's name. */
+#define TAMBERLO_CODEC_ENTRY_NAME "tamberlo_codec_entry"
+/* length_frames when the length is not known. */
+#define TAMBERLO_CODEC_UNKNOWN_LENGTH (~(uint64_t)0)
+
+#if defined(_WIN32)
+#define TAMBERLO_CODEC_EXPORT __declspec(dllexport)
+#else
+#define TAMBERLO_CODEC_EXPORT __attribute__((visibility("default")))
+#endif
+
+typedef struct TamberloCodecInfo {
+    int32_t sample_rate;    /* Hz of the decoded output, 1..768000 */
+    int32_t channels;       /* 1 (mono) or 2 (interleaved left, right) */
+    uint64_t length_frames; /* frames of the selected subsong, or TAMBERLO_CODEC_UNKNOWN_LENGTH */
+    int32_t subsong_count;  /* 1 or more */
+    int64_t bit_rate;       /* average encoded bits per second, 0 when unknown */
+} TamberloCodecInfo;
+
+typedef struct TamberloCodecTable {
+    uint32_t abi_version; /* TAMBERLO_CODEC_ABI_VERSION */
+    const char* name;     /* short display name, e.g. "tone" */
+
+    /* 1 when the plug-in decodes data that starts with `head` (`size` bytes, the first 4 KiB or
+     * less of the file or block); `name` is the file name or the block's name, maybe "". */
+    int (*probe)(const uint8_t* head, size_t size, const char* name);
+    /* Open a file by path, or a block that stays valid and unchanged until close. NULL when the
+     * data cannot be decoded. Either may be NULL in the table when not supported. */
+    void* (*open_path)(const char* path);
+    void* (*open_memory)(const uint8_t* data, size_t size);
+    /* Fill `info` for the selected subsong (subsong 0 after opening). 0 on success. */
+    int (*get_info)(void* handle, TamberloCodecInfo* info);
+    /* Decode up to `frames` frames of interleaved float (info.channels per frame, nominal range
+     * -1..1) into `out`. Returns the frames written; 0 at the end. */
+    size_t (*read)(void* handle, float* out, size_t frames);
+    /* Position at `frame` of the selected subsong exactly. 0 on success. */
+    int (*seek)(void* handle, uint64_t frame);
+    /* Select subsong `index` (0-based) and position at its start. 0 on success. */
+    int (*select_subsong)(void* handle, int32_t index);
+    void (*close)(void* handle);
+} TamberloCodecTable;
+
+/* Signature of the entry point. The table must stay valid while the library is loaded. */
+typedef const TamberloCodecTable* (*TamberloCodecEntry)(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

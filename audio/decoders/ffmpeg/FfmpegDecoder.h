@@ -1,0 +1,81 @@
+#pragma once
+// Decodes files, memory blocks and http(s) streams with FFmpeg into interleaved stereo float at
+// the source's own rate. Encoder delay and padding that the demuxer reports are trimmed by the
+// codec, so sample counts are exact. Seeking is sample-accurate: a container seek a little
+// before the target, then decode and discard up to it.
+//
+// Threading: see Decoder.h (one thread at a time; openFfmpegDecoder may block on the network).
+
+#include "CodecContext.h"
+#include "Decoder.h"
+#include "FfmpegInput.h"
+#include "Frame.h"
+#include "Packet.h"
+#include "SwrContext.h"
+
+#include <optional>
+#include <vector>
+
+namespace audio::ffmpeg {
+
+// Opens `where` and accepts it only when a demuxer is confident and the first frames decode.
+// Returns Ok with *out set, or the failures of openFfmpegInput, FormatUnsupported (no audio
+// stream or decoder) and FormatCorrupt (the first frames do not decode).
+Result openFfmpegDecoder(const SourceLocation& where, const DecoderSource& source,
+                         std::unique_ptr<Decoder>* out);
+
+class FfmpegDecoder final : public Decoder {
+public:
+    explicit FfmpegDecoder(FfmpegInput input);
+
+    int sampleRate() const override { return sampleRate_; }
+    SoundType type() const override { return type_; }
+    uint64_t lengthFrames() const override { return lengthFrames_; }
+    uint64_t lengthRawBytes() const override { return input_.rawBytes; }
+    int64_t bitRate() const override;
+    int subsongCount() const override { return 1; }
+    Result selectSubsong(int index) override;
+    size_t read(float* out, size_t frames) override;
+    Result seek(uint64_t frame) override;
+    Result lastError() const override { return lastError_; }
+
+    // Second step of opening: the codec, the first decoded frames, and the length (counted by
+    // decoding the whole input when `countLength`). Returns Ok, FormatUnsupported, FormatCorrupt.
+    Result start(bool countLength, int readTimeoutMs);
+
+private:
+    // Decodes the next frame into pending_. False at the end of the data or on an error.
+    bool decodeMore();
+    // The next decoded AVFrame into frame_; false at the end or on an error (sets lastError_).
+    bool receiveFrame();
+    bool convertFrame();
+    // Frame index of frame_'s first sample from its timestamp (negative before the start), or
+    // nothing when the frame has no timestamp.
+    std::optional<int64_t> positionOfFrame() const;
+    Result containerSeek(uint64_t frame);
+    bool isLive() const { return lengthFrames_ == UnknownFrames; }
+
+    FfmpegInput input_;
+    AVStream* stream_ = nullptr;
+    CodecContext codec_;
+    Packet packet_;
+    Frame frame_;
+    SwrContext swr_;
+    int swrChannels_ = 0;
+    int swrFormat_ = -1;
+    int swrRate_ = 0;
+    uint64_t swrLayoutMask_ = 0;
+
+    int sampleRate_ = 0;
+    SoundType type_ = SoundType::Unknown;
+    uint64_t lengthFrames_ = UnknownFrames;
+    int readTimeoutMs_ = 0;
+    int64_t startTimestamp_ = AV_NOPTS_VALUE; // timestamp of output frame 0
+    std::vector<float> pending_;              // decoded stereo frames not yet read
+    size_t pendingOffset_ = 0;                // in frames
+    bool flushed_ = false;                    // the decoder has been sent the end of input
+    bool ended_ = false;
+    Result lastError_ = Result::Ok;
+};
+
+} // namespace audio::ffmpeg

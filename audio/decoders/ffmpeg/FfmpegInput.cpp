@@ -1,0 +1,128 @@
+#include "FfmpegInput.h"
+
+#include "FfmpegFormats.h"
+
+#include <string>
+
+namespace audio::ffmpeg {
+
+namespace {
+
+// Owns the option dictionary handed to avformat_open_input.
+class Options {
+public:
+    ~Options() { av_dict_free(&dictionary_); }
+    void set(const char* key, const std::string& value) {
+        av_dict_set(&dictionary_, key, value.c_str(), 0);
+    }
+    AVDictionary** get() { return &dictionary_; }
+
+private:
+    AVDictionary* dictionary_ = nullptr;
+};
+
+// Probe no more than this much of a network stream: Icecast sends a burst of this size at once,
+// so the format is known without waiting for more live data.
+constexpr int NetworkProbeBytes = 64 * 1024;
+
+} // namespace
+
+Result resultOfOpenError(int averror, bool network) {
+    if (network) {
+        if (averror == AVERROR(EINVAL) || averror == AVERROR_PROTOCOL_NOT_FOUND) {
+            return Result::ProtocolRefused;
+        }
+        if (averror == AVERROR_INVALIDDATA) {
+            return Result::FormatUnsupported;
+        }
+        return Result::NetworkConnect;
+    }
+    if (averror == AVERROR(ENOENT)) {
+        return Result::FileNotFound;
+    }
+    if (averror == AVERROR(EACCES) || averror == AVERROR(EISDIR) || averror == AVERROR(EIO)) {
+        return Result::FileUnreadable;
+    }
+    if (averror == AVERROR(ENOMEM)) {
+        return Result::OutOfMemory;
+    }
+    // A demuxer or protocol outside the whitelists.
+    if (averror == AVERROR(EINVAL) || averror == AVERROR_PROTOCOL_NOT_FOUND) {
+        return Result::ProtocolRefused;
+    }
+    return Result::FormatUnsupported;
+}
+
+Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source, FfmpegInput* out) {
+    out->network = where.kind == SourceKind::NetworkUrl;
+    out->deadline = std::make_unique<Deadline>();
+
+    AVFormatContext* context = avformat_alloc_context();
+    if (context == nullptr) {
+        return Result::OutOfMemory;
+    }
+    context->interrupt_callback = {&Deadline::interrupt, out->deadline.get()};
+
+    Options options;
+    options.set("format_whitelist", AllowedDemuxers);
+    std::string url;
+    switch (where.kind) {
+    case SourceKind::Memory:
+        out->memory = std::make_unique<MemoryReader>(source.memory);
+        out->avio = makeMemoryAvio(out->memory.get());
+        if (!out->avio) {
+            avformat_free_context(context);
+            return Result::OutOfMemory;
+        }
+        context->pb = out->avio.get();
+        context->flags |= AVFMT_FLAG_CUSTOM_IO;
+        out->rawBytes = source.memory->size();
+        break;
+    case SourceKind::LocalFile:
+        // The prefix keeps a name with a colon from being read as a protocol.
+        url = "file:" + where.location;
+        options.set("protocol_whitelist", "file");
+        break;
+    case SourceKind::NetworkUrl:
+        url = where.location;
+        options.set("protocol_whitelist", "http,https,tcp,tls,crypto");
+        options.set("rw_timeout", std::to_string(int64_t{source.network.readTimeoutMs} * 1000));
+        options.set("timeout", std::to_string(int64_t{source.network.connectTimeoutMs} * 1000));
+        options.set("formatprobesize", std::to_string(NetworkProbeBytes));
+        options.set("user_agent", "Tamberlo");
+        out->deadline->arm(source.network.connectTimeoutMs);
+        break;
+    }
+
+    const int opened =
+        avformat_open_input(&context, url.empty() ? nullptr : url.c_str(), nullptr, options.get());
+    if (opened < 0) {
+        // avformat_open_input has freed the context.
+        return resultOfOpenError(opened, out->network);
+    }
+    out->format.reset(context);
+    if (context->probe_score < MinimumProbeScore) {
+        return Result::FormatUnsupported;
+    }
+    if (out->network) {
+        // Stream information must come from the burst already received, not from minutes of
+        // live data.
+        context->probesize = NetworkProbeBytes;
+        context->max_analyze_duration = AV_TIME_BASE / 2;
+    }
+    if (avformat_find_stream_info(context, nullptr) < 0) {
+        return out->network && out->deadline->passed() ? Result::NetworkConnect
+                                                       : Result::FormatUnsupported;
+    }
+    if (out->network) {
+        const int64_t size = context->pb != nullptr ? avio_size(context->pb) : -1;
+        out->rawBytes = size > 0 ? static_cast<uint64_t>(size) : 0;
+    } else if (where.kind == SourceKind::LocalFile) {
+        const int64_t size = avio_size(context->pb);
+        out->rawBytes = size > 0 ? static_cast<uint64_t>(size) : 0;
+    }
+    out->deadline->arm(0);
+    return Result::Ok;
+}
+
+} // namespace audio::ffmpeg

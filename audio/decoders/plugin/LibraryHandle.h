@@ -1,0 +1,29 @@
+#pragma once
+// Owns a shared library opened with dlopen (LoadLibrary on Windows is not built yet).
+//
+// Threading: open on one thread; symbol() may be called from any thread afterwards.
+
+#include <string>
+
+namespace audio {
+
+class LibraryHandle {
+public:
+    // Opens the library at `path` (must contain a '/', so no search path is used). Check
+    // isOpen(); error() then says why it failed.
+    explicit LibraryHandle(const std::string& path);
+    ~LibraryHandle();
+    LibraryHandle(const LibraryHandle&) = delete;
+    LibraryHandle& operator=(const LibraryHandle&) = delete;
+
+    bool isOpen() const { return handle_ != nullptr; }
+    const std::string& error() const { return error_; }
+    // The address of exported symbol `name`, or null.
+    void* symbol(const char* name) const;
+
+private:
+    void* handle_ = nullptr;
+    std::string error_;
+};
+
+} // namespace audio

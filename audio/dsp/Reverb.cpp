@@ -1,0 +1,163 @@
+#include "Reverb.h"
+
+#include <algorithm>
+
+namespace audio::detail {
+namespace {
+
+const Dsp::Unit::Range ReverbRanges[Reverb::Count] = {
+    {0.0f, 1.0f, 0.5f},  {0.0f, 1.0f, 0.5f}, {0.0f, 1.0f, 0.33f},
+    {0.0f, 1.0f, 0.66f}, {0.0f, 1.0f, 1.0f},
+};
+
+// Delay lengths in frames at 44.1 kHz; the right side adds StereoSpread.
+constexpr int CombTuning[8] = {1116, 1188, 1277, 1356, 1422, 1491, 1557, 1617};
+constexpr int AllPassTuning[4] = {556, 441, 341, 225};
+constexpr int StereoSpread = 23;
+constexpr float InputGain = 0.015f;
+constexpr float ScaleWet = 3.0f;
+constexpr float ScaleDry = 2.0f;
+constexpr float ScaleDamp = 0.4f;
+constexpr float ScaleRoom = 0.28f;
+constexpr float OffsetRoom = 0.7f;
+constexpr float AllPassFeedback = 0.5f;
+// Keeps the recursive filters out of denormal numbers (slow on x86) once the input is silent.
+constexpr float AntiDenormal = 1e-25f;
+
+size_t scaled(int frames, int sampleRate) {
+    return std::max<size_t>(1,
+                            static_cast<size_t>(frames) * static_cast<size_t>(sampleRate) / 44100);
+}
+
+} // namespace
+
+Reverb::Reverb(int sampleRate)
+    : Unit(ReverbRanges, Count), input_(BlockFrames), left_(BlockFrames), right_(BlockFrames) {
+    for (int i = 0; i < Combs; ++i) {
+        combLeft_[i].buffer.assign(scaled(CombTuning[i], sampleRate), 0.0f);
+        combRight_[i].buffer.assign(scaled(CombTuning[i] + StereoSpread, sampleRate), 0.0f);
+    }
+    for (int i = 0; i < AllPasses; ++i) {
+        allPassLeft_[i].buffer.assign(scaled(AllPassTuning[i], sampleRate), 0.0f);
+        allPassRight_[i].buffer.assign(scaled(AllPassTuning[i] + StereoSpread, sampleRate), 0.0f);
+    }
+    seen_.fill(-1.0f);
+}
+
+void Reverb::reset() {
+    for (auto* combs : {&combLeft_, &combRight_}) {
+        for (Comb& comb : *combs) {
+            std::fill(comb.buffer.begin(), comb.buffer.end(), 0.0f);
+            comb.store = 0.0f;
+        }
+    }
+    for (auto* passes : {&allPassLeft_, &allPassRight_}) {
+        for (AllPass& pass : *passes) {
+            std::fill(pass.buffer.begin(), pass.buffer.end(), 0.0f);
+        }
+    }
+}
+
+void Reverb::updateCoefficients() {
+    bool changed = false;
+    for (int i = 0; i < Count; ++i) {
+        const float value = parameter(i);
+        changed = changed || value != seen_[i];
+        seen_[i] = value;
+    }
+    if (!changed) {
+        return;
+    }
+    feedback_ = seen_[RoomSize] * ScaleRoom + OffsetRoom;
+    damp1_ = seen_[Damping] * ScaleDamp;
+    damp2_ = 1.0f - damp1_;
+    const float wet = seen_[WetMix] * ScaleWet;
+    wet1_ = wet * (seen_[Width] / 2.0f + 0.5f);
+    wet2_ = wet * ((1.0f - seen_[Width]) / 2.0f);
+    dry_ = seen_[DryMix] * ScaleDry;
+}
+
+namespace {
+
+// N damped combs over a block, adding their output to `out`. Each comb is a serial chain (its
+// state feeds the next frame), so running several side by side lets the processor overlap
+// them while their state stays in registers.
+template <int N>
+void runCombs(Reverb::Comb* combs, float feedback, float damp1, float damp2, const float* in,
+              float* out, size_t frames) {
+    float* line[N];
+    size_t size[N];
+    size_t at[N];
+    float state[N];
+    for (int c = 0; c < N; ++c) {
+        line[c] = combs[c].buffer.data();
+        size[c] = combs[c].buffer.size();
+        at[c] = combs[c].index;
+        state[c] = combs[c].store;
+    }
+    for (size_t f = 0; f < frames; ++f) {
+        float sum = 0.0f;
+        for (int c = 0; c < N; ++c) {
+            const float delayed = line[c][at[c]];
+            state[c] = delayed * damp2 + state[c] * damp1 + AntiDenormal;
+            line[c][at[c]] = in[f] + state[c] * feedback;
+            sum += delayed;
+            if (++at[c] == size[c]) {
+                at[c] = 0;
+            }
+        }
+        out[f] += sum;
+    }
+    for (int c = 0; c < N; ++c) {
+        combs[c].index = at[c];
+        combs[c].store = state[c];
+    }
+}
+
+// One all-pass over a block, in place.
+void runAllPass(std::vector<float>& buffer, size_t& index, float* samples, size_t frames) {
+    float* line = buffer.data();
+    const size_t size = buffer.size();
+    size_t at = index;
+    for (size_t f = 0; f < frames; ++f) {
+        const float delayed = line[at];
+        line[at] = samples[f] + delayed * AllPassFeedback;
+        samples[f] = delayed - samples[f];
+        if (++at == size) {
+            at = 0;
+        }
+    }
+    index = at;
+}
+
+} // namespace
+
+void Reverb::processActive(float* samples, size_t frames) {
+    updateCoefficients();
+    while (frames > 0) {
+        const size_t n = std::min(frames, BlockFrames);
+        for (size_t f = 0; f < n; ++f) {
+            input_[f] = (samples[2 * f] + samples[2 * f + 1]) * InputGain;
+        }
+        std::fill(left_.begin(), left_.begin() + static_cast<long>(n), 0.0f);
+        std::fill(right_.begin(), right_.begin() + static_cast<long>(n), 0.0f);
+        runCombs<Combs>(combLeft_.data(), feedback_, damp1_, damp2_, input_.data(), left_.data(),
+                        n);
+        runCombs<Combs>(combRight_.data(), feedback_, damp1_, damp2_, input_.data(), right_.data(),
+                        n);
+        for (int i = 0; i < AllPasses; ++i) {
+            runAllPass(allPassLeft_[i].buffer, allPassLeft_[i].index, left_.data(), n);
+            runAllPass(allPassRight_[i].buffer, allPassRight_[i].index, right_.data(), n);
+        }
+        for (size_t f = 0; f < n; ++f) {
+            const float inLeft = samples[2 * f];
+            const float inRight = samples[2 * f + 1];
+            samples[2 * f] = left_[f] * wet1_ + right_[f] * wet2_ + inLeft * dry_;
+            samples[2 * f + 1] = right_[f] * wet1_ + left_[f] * wet2_ + inRight * dry_;
+        }
+        samples += 2 * n;
+        frames -= n;
+    }
+}
+
+} // namespace audio::detail

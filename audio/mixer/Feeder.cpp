@@ -1,0 +1,126 @@
+#include "Feeder.h"
+
+#include <chrono>
+
+namespace audio::detail {
+
+Feeder::~Feeder() {
+    stop();
+    join();
+}
+
+void Feeder::start(std::shared_ptr<FrameSource> source, int prefillBlocks, bool threaded) {
+    source_ = std::move(source);
+    request_ = {};
+    quit_ = false;
+    exited_.store(false, std::memory_order_relaxed);
+    epoch_ = 0;
+    nextFrame_ = 0;
+    ended_ = false;
+    failed_ = false;
+    for (int i = 0; i < prefillBlocks && produce(); ++i) {
+    }
+    if (threaded) {
+        thread_ = std::thread([this] { run(); });
+    }
+}
+
+void Feeder::requestSeek(uint32_t epoch, uint64_t frame) {
+    {
+        std::lock_guard lock(mutex_);
+        request_ = {true, false, epoch, frame};
+    }
+    wake_.notify_one();
+}
+
+void Feeder::requestSubsong(uint32_t epoch, int subsong) {
+    {
+        std::lock_guard lock(mutex_);
+        request_ = {true, true, epoch, static_cast<uint64_t>(subsong)};
+    }
+    wake_.notify_one();
+}
+
+void Feeder::stop() {
+    {
+        std::lock_guard lock(mutex_);
+        quit_ = true;
+    }
+    wake_.notify_one();
+}
+
+void Feeder::join() {
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+    source_.reset();
+}
+
+void Feeder::applyRequest() {
+    Request request;
+    {
+        std::lock_guard lock(mutex_);
+        if (!request_.pending) {
+            return;
+        }
+        request = request_;
+        request_.pending = false;
+    }
+    epoch_ = request.epoch;
+    ended_ = false;
+    Result result;
+    if (request.subsong) {
+        result = source_->selectSubsong(static_cast<int>(request.value));
+        nextFrame_ = 0;
+    } else {
+        result = source_->seek(request.value);
+        nextFrame_ = request.value;
+    }
+    // Nothing sensible follows a failed seek: the channel ends rather than play from a position
+    // that is not the one asked for.
+    failed_ = result != Result::Ok;
+}
+
+bool Feeder::produce() {
+    if (source_ == nullptr) {
+        return false;
+    }
+    applyRequest();
+    if (ended_) {
+        return false;
+    }
+    AudioBlock* block = ring_.beginWrite();
+    if (block == nullptr) {
+        return false;
+    }
+    const size_t frames = failed_ ? 0 : source_->read(block->samples, AudioBlock::MaxFrames);
+    block->epoch = epoch_;
+    block->frames = static_cast<uint32_t>(frames);
+    block->startFrame = nextFrame_;
+    block->endOfData = frames == 0;
+    ended_ = frames == 0;
+    nextFrame_ += frames;
+    ring_.commitWrite();
+    return true;
+}
+
+void Feeder::run() {
+    using namespace std::chrono_literals;
+    for (;;) {
+        {
+            std::lock_guard lock(mutex_);
+            if (quit_) {
+                break;
+            }
+        }
+        if (!produce()) {
+            // The ring is full or the data has ended: wait for the mixer to drain a few blocks
+            // (polling keeps the real-time side free of any wake-up call) or for a request.
+            std::unique_lock lock(mutex_);
+            wake_.wait_for(lock, 5ms, [this] { return quit_ || request_.pending; });
+        }
+    }
+    exited_.store(true, std::memory_order_release);
+}
+
+} // namespace audio::detail

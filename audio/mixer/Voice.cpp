@@ -1,0 +1,216 @@
+#include "Voice.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace audio::detail {
+
+Result Voice::create(int outputRate, size_t maxFrames, std::unique_ptr<Voice>* out) {
+    std::unique_ptr<Resampler> resampler;
+    // Channel::setFrequency keeps the ratio at or below MaxSpeed.
+    const Result made = Resampler::create(8.0, &resampler);
+    if (made != Result::Ok) {
+        return made;
+    }
+    out->reset(new Voice(maxFrames, std::move(resampler), outputRate));
+    return Result::Ok;
+}
+
+Voice::Voice(size_t maxFrames, std::unique_ptr<Resampler> resampler, int outputRate)
+    : ring_(RingBlocks), resampler_(std::move(resampler)), scratch_(maxFrames * 2),
+      maxFrames_(maxFrames), outputRate_(outputRate),
+      waveLeft_(std::make_unique<std::atomic<float>[]>(WaveHistory)),
+      waveRight_(std::make_unique<std::atomic<float>[]>(WaveHistory)) {
+    for (size_t i = 0; i < WaveHistory; ++i) {
+        waveLeft_[i].store(0.0f, std::memory_order_relaxed);
+        waveRight_[i].store(0.0f, std::memory_order_relaxed);
+    }
+}
+
+void Voice::prepare(int sourceRate, BlockProducer* inlineProducer) {
+    ring_.reset();
+    resampler_->clear();
+    inlineProducer_ = inlineProducer;
+    paused_.store(false, std::memory_order_relaxed);
+    frequency_.store(static_cast<float>(sourceRate), std::memory_order_relaxed);
+    pan_.store(0.0f, std::memory_order_relaxed);
+    seekFrame_.store(0, std::memory_order_relaxed);
+    epoch_.store(0, std::memory_order_relaxed);
+    epochSeen_.store(0, std::memory_order_relaxed);
+    position_.store(0, std::memory_order_relaxed);
+    mixEpoch_ = 0;
+    blockOffset_ = 0;
+    mixPosition_ = 0;
+    resampling_ = false;
+    flushed_ = false;
+    primed_ = false;
+    for (size_t i = 0; i < WaveHistory; ++i) {
+        waveLeft_[i].store(0.0f, std::memory_order_relaxed);
+        waveRight_[i].store(0.0f, std::memory_order_relaxed);
+    }
+    waveWritten_.store(0, std::memory_order_release);
+}
+
+uint64_t Voice::position() const {
+    const uint32_t wanted = epoch_.load(std::memory_order_acquire);
+    if (epochSeen_.load(std::memory_order_acquire) != wanted) {
+        return seekFrame_.load(std::memory_order_relaxed);
+    }
+    return position_.load(std::memory_order_relaxed);
+}
+
+void Voice::copyWave(float* out, size_t count, int side) const {
+    const auto& wave = side == 0 ? waveLeft_ : waveRight_;
+    const uint64_t written = waveWritten_.load(std::memory_order_acquire);
+    const uint64_t first = written - count; // wraps harmlessly: the history starts as zeros
+    for (size_t i = 0; i < count; ++i) {
+        out[i] = wave[(first + i) & (WaveHistory - 1)].load(std::memory_order_relaxed);
+    }
+}
+
+AudioBlock* Voice::currentBlock() {
+    for (;;) {
+        AudioBlock* block = ring_.front();
+        if (block == nullptr && inlineProducer_ != nullptr && inlineProducer_->produce()) {
+            block = ring_.front();
+        }
+        if (block == nullptr) {
+            return nullptr;
+        }
+        if (block->epoch == mixEpoch_) {
+            return block;
+        }
+        ring_.pop(); // left over from before a seek
+        blockOffset_ = 0;
+    }
+}
+
+size_t Voice::produce(float* out, size_t frames, bool* underrun) {
+    size_t produced = 0;
+    // Every pass consumes a block, produces output or stops, so the loop is bounded by the
+    // ring size plus the chunk size; the cap only guards against a resampler that stalls.
+    for (int guard = 0; produced < frames && guard < 4096; ++guard) {
+        AudioBlock* block = currentBlock();
+        if (block == nullptr) {
+            // Waiting for the first block after a start or seek is not an underrun.
+            *underrun = primed_;
+            break;
+        }
+        primed_ = true;
+        const size_t available = block->frames - blockOffset_;
+        if (available == 0 && block->endOfData) {
+            if (!resampling_ || flushed_) {
+                finish();
+                break;
+            }
+            size_t consumed = 0;
+            size_t made = 0;
+            resampler_->process(nullptr, 0, &consumed, out + produced * 2, frames - produced,
+                                &made);
+            produced += made;
+            if (made == 0) {
+                flushed_ = true;
+            }
+            continue;
+        }
+        const float* in = block->samples + size_t{blockOffset_} * 2;
+        size_t consumed = 0;
+        size_t made = 0;
+        if (resampling_) {
+            resampler_->process(in, available, &consumed, out + produced * 2, frames - produced,
+                                &made);
+        } else {
+            consumed = made = std::min(available, frames - produced);
+            std::memcpy(out + produced * 2, in, consumed * 2 * sizeof(float));
+        }
+        produced += made;
+        blockOffset_ += static_cast<uint32_t>(consumed);
+        mixPosition_ += consumed;
+        if (blockOffset_ == block->frames && !block->endOfData) {
+            ring_.pop();
+            blockOffset_ = 0;
+        }
+    }
+    // A channel whose last frame was just played ends now, not one call later, so whoever
+    // watches isPlaying (the render tool, a playlist) does not add a buffer of silence.
+    if (produced == frames && !resampling_) {
+        const AudioBlock* next = currentBlock();
+        if (next != nullptr && next->endOfData && next->frames == blockOffset_) {
+            finish();
+        }
+    }
+    return produced;
+}
+
+void Voice::finish() {
+    state_.store(VoiceState::Done, std::memory_order_release);
+}
+
+void Voice::applyPanAndHistory(float* buffer, size_t frames) {
+    const float pan = pan_.load(std::memory_order_relaxed);
+    const float left = pan > 0.0f ? 1.0f - pan : 1.0f;
+    const float right = pan < 0.0f ? 1.0f + pan : 1.0f;
+    if (left != 1.0f || right != 1.0f) {
+        for (size_t i = 0; i < frames; ++i) {
+            buffer[2 * i] *= left;
+            buffer[2 * i + 1] *= right;
+        }
+    }
+    const uint64_t written = waveWritten_.load(std::memory_order_relaxed);
+    for (size_t i = 0; i < frames; ++i) {
+        const size_t at = (written + i) & (WaveHistory - 1);
+        waveLeft_[at].store(buffer[2 * i], std::memory_order_relaxed);
+        waveRight_[at].store(buffer[2 * i + 1], std::memory_order_relaxed);
+    }
+    waveWritten_.store(written + frames, std::memory_order_release);
+}
+
+bool Voice::render(float* mix, size_t frames) {
+    const VoiceState state = state_.load(std::memory_order_acquire);
+    if (state == VoiceState::StopRequested) {
+        state_.store(VoiceState::Done, std::memory_order_release);
+        return false;
+    }
+    if (state != VoiceState::Playing) {
+        return false;
+    }
+    const uint32_t epoch = epoch_.load(std::memory_order_acquire);
+    if (epoch != mixEpoch_) {
+        mixEpoch_ = epoch;
+        mixPosition_ = seekFrame_.load(std::memory_order_relaxed);
+        blockOffset_ = 0;
+        resampler_->clear();
+        resampling_ = false;
+        flushed_ = false;
+        primed_ = false;
+        position_.store(mixPosition_, std::memory_order_relaxed);
+        epochSeen_.store(epoch, std::memory_order_release);
+    }
+    if (paused_.load(std::memory_order_relaxed)) {
+        return false;
+    }
+    const double ratio =
+        static_cast<double>(frequency_.load(std::memory_order_relaxed)) / outputRate_;
+    if (ratio != 1.0) {
+        resampling_ = true;
+    }
+    if (resampling_) {
+        resampler_->setRatio(ratio);
+    }
+    frames = std::min(frames, maxFrames_);
+    float* out = scratch_.data();
+    bool underrun = false;
+    const size_t produced = produce(out, frames, &underrun);
+    std::fill(out + produced * 2, out + frames * 2, 0.0f);
+    position_.store(mixPosition_, std::memory_order_relaxed);
+    if (produced == 0 && state_.load(std::memory_order_relaxed) == VoiceState::Done) {
+        return false;
+    }
+    applyPanAndHistory(out, frames);
+    for (size_t i = 0; i < frames * 2; ++i) {
+        mix[i] += out[i];
+    }
+    return underrun;
+}
+
+} // namespace audio::detail

@@ -1,0 +1,124 @@
+#pragma once
+// One mixer channel: takes decoded blocks from its ring, resamples them to the output rate at
+// the channel's frequency, applies the balance and adds them to the mix. Keeps the most recent
+// output values for getWaveData and counts the source frames it consumed (the position).
+//
+// Threading: the GUI thread writes the control atomics (state, paused, frequency, pan, seek)
+// and reads the status atomics (position, wave history); render() runs on the mixer thread
+// only and never locks, allocates, logs or does I/O. prepare() runs on the GUI thread while the
+// mixer ignores the voice (state Idle or Done).
+
+#include "BlockRing.h"
+#include "Resampler.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace audio::detail {
+
+// Lets the offline mixer decode on its own thread when a ring runs dry (no worker exists then).
+class BlockProducer {
+public:
+    virtual ~BlockProducer() = default;
+    // Decodes at most one block into the ring; false when nothing could be added.
+    virtual bool produce() = 0;
+};
+
+enum class VoiceState : int {
+    Idle,          // not in use; the mixer ignores it
+    Playing,       // mixed (or held while paused)
+    StopRequested, // the GUI stopped it; the mixer acknowledges with Done
+    Done,          // the mixer has let go of it (stopped, or its data ended)
+};
+
+class Voice {
+public:
+    static constexpr size_t WaveHistory = 16384; // power of two
+    static constexpr size_t RingBlocks = 32;
+
+    // Allocates the ring, resampler and buffers for chunks of up to maxFrames output frames.
+    static Result create(int outputRate, size_t maxFrames, std::unique_ptr<Voice>* out);
+
+    BlockRing& ring() { return ring_; }
+    int outputRate() const { return outputRate_; }
+
+    // GUI thread, while the mixer ignores the voice: readies it for a new sound.
+    void prepare(int sourceRate, BlockProducer* inlineProducer);
+    // GUI thread: hands the prepared voice to the mixer.
+    void start(bool paused) {
+        paused_.store(paused, std::memory_order_relaxed);
+        state_.store(VoiceState::Playing, std::memory_order_release);
+    }
+    VoiceState state() const { return state_.load(std::memory_order_acquire); }
+    // GUI thread: asks the mixer to let go. When the mixer is not running (offline, closed)
+    // the caller may mark it Done itself with markDone().
+    void requestStop() {
+        VoiceState expected = VoiceState::Playing;
+        state_.compare_exchange_strong(expected, VoiceState::StopRequested,
+                                       std::memory_order_acq_rel);
+    }
+    void markDone() { state_.store(VoiceState::Done, std::memory_order_release); }
+    void markIdle() { state_.store(VoiceState::Idle, std::memory_order_release); }
+
+    void setPaused(bool paused) { paused_.store(paused, std::memory_order_relaxed); }
+    bool paused() const { return paused_.load(std::memory_order_relaxed); }
+    void setFrequency(float hz) { frequency_.store(hz, std::memory_order_relaxed); }
+    float frequency() const { return frequency_.load(std::memory_order_relaxed); }
+    void setPan(float pan) { pan_.store(pan, std::memory_order_relaxed); }
+    float pan() const { return pan_.load(std::memory_order_relaxed); }
+    // GUI thread: from now on only blocks of `epoch` play, starting at source frame `frame`.
+    void seek(uint32_t epoch, uint64_t frame) {
+        seekFrame_.store(frame, std::memory_order_relaxed);
+        epoch_.store(epoch, std::memory_order_release);
+    }
+    // Source frames consumed so far (the seek target while the mixer has not caught up).
+    uint64_t position() const;
+    // Copies the latest `count` values of `side` (0/1), oldest first.
+    void copyWave(float* out, size_t count, int side) const;
+
+    // Mixer thread: adds up to `frames` (<= maxFrames) frames into `mix` (interleaved stereo).
+    // Returns true when the voice wanted data that was not there (an underrun).
+    bool render(float* mix, size_t frames);
+
+private:
+    Voice(size_t maxFrames, std::unique_ptr<Resampler> resampler, int outputRate);
+    size_t produce(float* out, size_t frames, bool* underrun);
+    AudioBlock* currentBlock();
+    void applyPanAndHistory(float* buffer, size_t frames);
+    void finish();
+
+    BlockRing ring_;
+    std::unique_ptr<Resampler> resampler_;
+    std::vector<float> scratch_;
+    size_t maxFrames_;
+    int outputRate_;
+    BlockProducer* inlineProducer_ = nullptr;
+
+    // Written by the GUI thread.
+    std::atomic<VoiceState> state_{VoiceState::Idle};
+    std::atomic<bool> paused_{false};
+    std::atomic<float> frequency_{44100.0f};
+    std::atomic<float> pan_{0.0f};
+    std::atomic<uint32_t> epoch_{0};
+    std::atomic<uint64_t> seekFrame_{0};
+
+    // Written by the mixer.
+    std::atomic<uint64_t> position_{0};
+    std::atomic<uint32_t> epochSeen_{0};
+    std::unique_ptr<std::atomic<float>[]> waveLeft_;
+    std::unique_ptr<std::atomic<float>[]> waveRight_;
+    std::atomic<uint64_t> waveWritten_{0};
+
+    // Mixer-private.
+    uint32_t mixEpoch_ = 0;
+    uint32_t blockOffset_ = 0;
+    uint64_t mixPosition_ = 0;
+    bool resampling_ = false; // once engaged, stays on until the next seek (no glitch)
+    bool flushed_ = false;
+    bool primed_ = false; // a block of the current epoch has arrived
+};
+
+} // namespace audio::detail

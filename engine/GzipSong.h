@@ -1,0 +1,41 @@
+#pragma once
+// Gzip-compressed songs: recognising them and unpacking them into memory (never onto disk).
+//
+// Threading: plain functions on files; any thread, no shared state.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace engine_detail {
+
+// True when the file opens and its first two bytes are the gzip magic 0x1F 0x8B. A path that
+// cannot be opened (a URL, a missing file) is not gzip.
+bool hasGzipMagic(const std::string& path);
+
+// The gzip trailer's size of the uncompressed data: the file's last 4 bytes as an unsigned
+// little-endian number. 0 when the file cannot be opened or is shorter than 4 bytes.
+uint32_t gzipTrailerSize(const std::string& path);
+
+// Largest uncompressed size accepted: no song needs more, and a hostile trailer must not make
+// the player reserve gigabytes.
+inline constexpr uint32_t MaxGzipSongBytes = 512u * 1024 * 1024;
+
+struct GzipUnpacked {
+    enum class Status {
+        Ok,         // data holds the whole uncompressed file
+        TooLarge,   // the trailer claims more than MaxGzipSongBytes; nothing was allocated
+        Unreadable, // zlib could not open the file
+        Damaged,    // truncated or corrupt data, or a trailer that does not match it
+    };
+    Status status = Status::Unreadable;
+    uint32_t claimedBytes = 0; // the trailer's size
+    std::vector<uint8_t> data;
+    std::string detail; // zlib's message for Damaged
+};
+
+// Unpacks the whole file into memory, reserving the trailer's size (bounded by
+// MaxGzipSongBytes) and reading at most that many bytes.
+GzipUnpacked unpackGzipSong(const std::string& path);
+
+} // namespace engine_detail

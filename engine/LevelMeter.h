@@ -1,0 +1,73 @@
+#pragma once
+// LevelMeter: turns the playing slot's output waveform into a level picture in the player's
+// meter label. The player's 20 ms timer calls update() while a song plays; update() is also
+// where the sound library's periodic System::update runs, so it must keep being called even
+// when the meter is hidden.
+//
+// Threading: GUI thread only (it paints a QLabel and drives the SoundEngine).
+
+#include <QPixmap>
+#include <QSize>
+#include <memory>
+
+class QLabel;
+class SoundEngine;
+
+// The level of one reading: the mean magnitude of `sensitivity` left and right waveform values
+// (1.0 = full scale) in the meter's integer steps, as a factor of the label height:
+// sum = truncate(|v * 100| + sum) over left[i] then right[i]; level = (sum / sensitivity) * 2
+// (integer division); result = level / 256 * multiplier. Full scale gives 1.5625 * multiplier,
+// silence 0. sensitivity must be 1..16384 and both arrays must hold that many values.
+float levelScale(const float* left, const float* right, int sensitivity, float multiplier);
+
+class LevelMeter {
+public:
+    static constexpr int MaxSensitivity = 16384; // values per side the wave buffers hold
+    static constexpr int MinSensitivity = 1;
+
+    // Draws into `label` (not owned) from `engine`'s channels (not owned; both must outlive
+    // the meter). Allocates the two 65,536-byte wave buffers once.
+    LevelMeter(QLabel* label, SoundEngine* engine);
+    ~LevelMeter();
+    LevelMeter(const LevelMeter&) = delete;
+    LevelMeter& operator=(const LevelMeter&) = delete;
+
+    // The engine slot (0 or 1) whose channel is measured from the next update on.
+    void setSlot(int slot) { slot_ = slot; }
+    // Values fetched per side and averaged; clamped to 1..16384. Returns the stored value.
+    // 20 until the settings replace it.
+    int setSensitivity(int sensitivity);
+    int sensitivity() const { return sensitivity_; }
+    // Factor on the level (1.2 until the settings replace it).
+    void setMultiplier(float multiplier) { multiplier_ = multiplier; }
+    float multiplier() const { return multiplier_; }
+    // 0 draws bars, anything else a round picture.
+    void setStyle(int style) { style_ = style; }
+
+    // Fetches the waveform of the slot's channel (left, then right), runs System::update,
+    // computes the level and replaces the label's picture. Without a song the library refuses
+    // the waveform and the buffers keep their last contents.
+    void update();
+    // Paints the label with the blank background picture.
+    void clear();
+    // The level of the last update (see levelScale).
+    float lastScale() const { return lastScale_; }
+
+    // The pictures, for a label of `size`: bars rising to `scale` of the height over three
+    // fixed full-height gradients (green at the bottom, red at the top), or a round picture
+    // whose size follows `scale`. Both on the background RGB(139, 203, 194).
+    static QPixmap barPicture(QSize size, float scale);
+    static QPixmap roundPicture(QSize size, float scale);
+    static QPixmap blankPicture(QSize size);
+
+private:
+    QLabel* label_;
+    SoundEngine* engine_;
+    int sensitivity_ = 20;
+    float multiplier_ = 1.2f;
+    std::unique_ptr<float[]> leftWave_;
+    std::unique_ptr<float[]> rightWave_;
+    int slot_ = 0;
+    int style_ = 0;
+    float lastScale_ = 0;
+};

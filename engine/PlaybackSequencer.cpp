@@ -1,0 +1,57 @@
+#include "PlaybackSequencer.h"
+
+PlaybackSequencer::StartResult PlaybackSequencer::start(SequencedEntry& entry, bool paused) {
+    StartResult result;
+    active_ = true;
+    engine_.getChannel(slot_).stop();
+    slot_ = (slot_ + 1) % 2;
+
+    int end = 0;
+    std::string typeName;
+    result.loaded = engine_.loadSong(entry.path, slot_, options_.accurate, options_.gapless,
+                                     options_.cutoff, &end, &typeName);
+    if (!result.loaded) {
+        return result;
+    }
+    if (entry.lengthMs == 0) {
+        entry.lengthMs = static_cast<uint32_t>(end); // -1 becomes UnknownLengthMs
+    }
+    entry.formatName = typeName;
+    // The ticks use the length as it is now; what follows only changes the stored entry.
+    endMs_ = entry.lengthMs;
+
+    if (options_.unknownLimit && entry.lengthMs == UnknownLengthMs) {
+        entry.lengthMs = options_.unknownLimitSeconds * 1000u;
+    } else {
+        unsigned length = UnknownLengthMs;
+        if (audio::Sound* sound = engine_.getSound(slot_)) {
+            sound->getLength(&length, audio::TimeUnit::Ms);
+        }
+        entry.lengthMs = length;
+        result.seekable = length != UnknownLengthMs;
+    }
+
+    if (!paused) {
+        engine_.getChannel(slot_).setPosition(entry.startOffsetMs, audio::TimeUnit::Ms);
+        engine_.startSlot(slot_);
+    }
+    return result;
+}
+
+PlaybackSequencer::Tick PlaybackSequencer::tick() {
+    Tick tick;
+    if (!active_) {
+        return tick;
+    }
+    const audio::Channel channel = engine_.getChannel(slot_);
+    bool playing = false;
+    channel.getPosition(&tick.positionMs, audio::TimeUnit::Ms);
+    channel.isPlaying(&playing);
+    tick.ended = !playing || tick.positionMs >= endMs_;
+    return tick;
+}
+
+void PlaybackSequencer::stop() {
+    engine_.stopAll();
+    active_ = false;
+}

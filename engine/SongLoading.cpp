@@ -1,0 +1,192 @@
+// SoundEngine: loading a song into a slot, starting a slot and stopping everything.
+#include "SoundEngine.h"
+
+#include "EngineLog.h"
+#include "GzipSong.h"
+#include "RipperFallback.h"
+
+using engine_detail::engineLog;
+
+namespace {
+
+using audio::Mode;
+
+// ".fc" (exactly, lower case) files are decoded whole at load; everything else streams.
+bool isWholeSampleSong(const std::string& path) {
+    return path.size() >= 3 && path.compare(path.size() - 3, 3, ".fc") == 0;
+}
+
+Mode pathMode(const std::string& path, bool accurate) {
+    if (isWholeSampleSong(path)) {
+        return Mode::Sample;
+    }
+    return accurate ? Mode::Stream | Mode::AccurateTime : Mode::Stream;
+}
+
+Mode memoryMode(bool accurate) {
+    const Mode mode = Mode::Stream | Mode::OpenMemory;
+    return accurate ? mode | Mode::AccurateTime : mode;
+}
+
+int lengthMsAsInt(audio::Sound* sound) {
+    unsigned length = 0;
+    if (sound != nullptr) {
+        sound->getLength(&length, audio::TimeUnit::Ms);
+    }
+    return static_cast<int>(length); // UnknownLength becomes -1
+}
+
+} // namespace
+
+uint32_t SoundEngine::gzipUncompressedSize(const std::string& path) {
+    return engine_detail::gzipTrailerSize(path);
+}
+
+audio::Result SoundEngine::releaseSlotSound(int slot) {
+    audio::Sound*& sound = sounds[slot];
+    // A slot whose creation failed is still marked loaded; releasing it is refused as an
+    // invalid handle and logged, which is harmless.
+    const audio::Result result = sound != nullptr ? sound->release() : audio::Result::InvalidHandle;
+    sound = nullptr;
+    return result;
+}
+
+void SoundEngine::createFromPathOrRip(const std::string& path, int slot, bool accurate,
+                                      std::vector<uint8_t>* rippedBlock) {
+    lastResult =
+        system->createSound(path.c_str(), pathMode(path, accurate), nullptr, &sounds[slot]);
+    if (lastResult == audio::Result::Ok) {
+        return;
+    }
+    const std::string ripper = ripperPath.empty() ? engine_detail::defaultRipperPath() : ripperPath;
+    const engine_detail::RipOutcome rip = engine_detail::ripModule(ripper, path, ripperTimeout);
+    if (!rip.problem.empty()) {
+        engineLog(2, "Module ripper failed on %s: %s", path.c_str(), rip.problem.c_str());
+    }
+    if (!rip.ripped) {
+        return; // lastResult still holds the library's refusal
+    }
+    audio::CreateSoundInfo info;
+    info.length = rip.module.size();
+    engineLog(0, "Module ripper ripped a song!");
+    lastResult = system->createSound(reinterpret_cast<const char*>(rip.module.data()),
+                                     memoryMode(accurate), &info, &sounds[slot]);
+    *rippedBlock = std::move(rip.module);
+}
+
+bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, bool trim, int cutoff,
+                           int* endOut, std::string* typeNameOut) {
+    slot = slot == 1 ? 1 : 0;
+    int endScratch = 0;
+    std::string nameScratch;
+    endOut = endOut != nullptr ? endOut : &endScratch;
+    typeNameOut = typeNameOut != nullptr ? typeNameOut : &nameScratch;
+    typeNameOut->clear();
+    engineLog(0, "Loading song: %s", path.c_str());
+    if (system == nullptr) {
+        checkResult(audio::Result::NotReady, path);
+        return false;
+    }
+    if (loaded[slot]) {
+        lastResult = releaseSlotSound(slot);
+        loaded[slot] = false;
+        checkResult(lastResult, "");
+    }
+
+    // Gzip files are unpacked and ripped modules read into this block, which is freed when this
+    // call returns: the library keeps its own copy of memory sounds, and the measurements are
+    // done by then.
+    std::vector<uint8_t> block;
+    const bool gzipped = engine_detail::hasGzipMagic(path);
+    if (gzipped) {
+        engine_detail::GzipUnpacked unpacked = engine_detail::unpackGzipSong(path);
+        switch (unpacked.status) {
+        case engine_detail::GzipUnpacked::Status::Ok:
+            block = std::move(unpacked.data);
+            break;
+        case engine_detail::GzipUnpacked::Status::TooLarge:
+            engineLog(2, "Gzip file %s claims %u bytes uncompressed, more than the %u allowed",
+                      path.c_str(), unpacked.claimedBytes, engine_detail::MaxGzipSongBytes);
+            return false;
+        case engine_detail::GzipUnpacked::Status::Unreadable:
+            engineLog(2, "Gzip file %s cannot be read", path.c_str());
+            return false;
+        case engine_detail::GzipUnpacked::Status::Damaged:
+            engineLog(2, "Gzip file %s is damaged: %s", path.c_str(), unpacked.detail.c_str());
+            return false;
+        }
+    }
+
+    if (gzipped) {
+        audio::CreateSoundInfo info;
+        info.length = block.size();
+        lastResult = system->createSound(reinterpret_cast<const char*>(block.data()),
+                                         memoryMode(accurate), &info, &sounds[slot]);
+    } else {
+        createFromPathOrRip(path, slot, accurate, &block);
+    }
+    if (lastResult == audio::Result::Ok) {
+        *typeNameOut = soundTypeName(sounds[slot]);
+    }
+    engineLog(0, "Loaded file: %s", path.c_str());
+    loaded[slot] = true;
+    checkResult(lastResult, path);
+    if (lastResult != audio::Result::Ok) {
+        return false;
+    }
+
+    int start = 0;
+    if (trim) {
+        // A ripped module is measured from its block too: the file itself cannot be opened.
+        measure(path, block.empty() ? nullptr : &block, cutoff, &start, endOut);
+    } else {
+        *endOut = lengthMsAsInt(sounds[slot]);
+    }
+    engineLog(0, "Found start at: %i of %s", start, path.c_str());
+
+    // The channel exists only once the sound plays, so it is started and paused at once; it
+    // waits at the start position until startSlot.
+    audio::Channel& channel = slot == 1 ? channelA : channelB;
+    channel.stop();
+    lastResult = system->playSound(sounds[slot], false, &channel);
+    channel.setPaused(true);
+    channel.setPosition(static_cast<unsigned>(start), audio::TimeUnit::Ms);
+    channel.getFrequency(&baseFrequency[slot == 1 ? 0 : 1]);
+    return lastResult == audio::Result::Ok;
+}
+
+void SoundEngine::measure(const std::string& path, const std::vector<uint8_t>* block, int cutoff,
+                          int* start, int* end) {
+    if (block == nullptr) {
+        *start = findSoundStartFromPath(path, cutoff);
+        *end = findSoundEndFromPath(path, cutoff);
+        return;
+    }
+    audio::CreateSoundInfo info;
+    info.length = block->size();
+    *start = findSoundStartFromMemory(block->data(), info, cutoff);
+    *end = findSoundEndFromMemory(block->data(), info, cutoff);
+}
+
+bool SoundEngine::startSlot(int slot) {
+    (slot == 1 ? channelA : channelB).setPaused(false);
+    return true;
+}
+
+void SoundEngine::stopAll() {
+    for (audio::Channel* channel : {&channelA, &channelB}) {
+        bool playing = false;
+        channel->isPlaying(&playing);
+        if (playing) {
+            lastResult = channel->stop();
+            checkResult(lastResult, "");
+        }
+    }
+    for (int slot = 0; slot < 2; ++slot) {
+        if (loaded[slot]) {
+            lastResult = releaseSlotSound(slot);
+            checkResult(lastResult, "");
+            loaded[slot] = false;
+        }
+    }
+}

@@ -1,0 +1,129 @@
+// Loading real media: gzip-compressed songs play from memory and leave nothing on disk, and a
+// file that only the module ripper can make playable plays the converted module.
+#include "EngineTestSupport.h"
+#include "LocalStreamServer.h"
+#include "ModulePacker.h"
+#include "PlaybackSequencer.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace enginetest {
+namespace {
+
+std::string media(const std::string& name) {
+    const char* dir = std::getenv("TAMBERLO_TEST_MEDIA");
+    return std::string(dir != nullptr ? dir : TAMBERLO_TEST_MEDIA_DIR) + "/" + name;
+}
+
+std::string ripperBesidePrograms() {
+    const char* dir = std::getenv("TAMBERLO_APP_DIR");
+    return std::string(dir != nullptr ? dir : TAMBERLO_APP_DIR_PATH) + "/tamberlo-rip";
+}
+
+size_t filesIn(const std::string& dir) {
+    size_t count = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir)) {
+        ++count;
+    }
+    return count;
+}
+
+TEST(MediaLoading, GzipSongsPlayFromMemoryWithTheirOwnType) {
+    struct Case {
+        const char* file;
+        const char* type;
+    };
+    const Case cases[] = {
+        {"mod/area1-game.mod.gz", "Protracker/Fasttracker"},
+        {"music.wav.gz", "Microsoft WAV"},
+        {"music.mp3.gz", "MP2/MP3 MPEG"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file);
+        ScratchDir dir("gzip");
+        CapturedLog log(dir.file("log.html"));
+        auto engine = offlineEngine();
+        int end = 0;
+        std::string type;
+        ASSERT_TRUE(engine->loadSong(media(c.file), 0, false, true, 0, &end, &type));
+        EXPECT_EQ(type, c.type);
+        EXPECT_GT(end, 0);
+        EXPECT_TRUE(log.contains("read bytes:180000"));
+        engine->startSlot(0);
+        mixMs(*engine, 200);
+        unsigned position = 0;
+        engine->getChannel(0).getPosition(&position, audio::TimeUnit::Ms);
+        EXPECT_GT(position, 0u);
+        EXPECT_EQ(filesIn(dir.path()), 1u) << "only the log: nothing unpacked onto disk";
+    }
+}
+
+TEST(MediaLoading, RefusedFileWithAPackedModulePlaysTheRippedModule) {
+    ScratchDir dir("rip");
+    const auto module = ProTrackerModule::parse(readBytes(media("mod/area1-game.mod")));
+    ASSERT_TRUE(module.has_value());
+    // Junk in front keeps every decoder from recognising the packed module.
+    std::vector<uint8_t> file(4096, 0xA5);
+    const Bytes packed = packNoisePackerV2(*module);
+    file.insert(file.end(), packed.begin(), packed.end());
+    writeBytes(dir.file("packed.bin"), file);
+
+    CapturedLog log(dir.file("log.html"));
+    auto engine = offlineEngine();
+    engine->setRipperPath(ripperBesidePrograms());
+    int end = 0;
+    std::string type;
+    ASSERT_TRUE(engine->loadSong(dir.file("packed.bin"), 1, false, true, 0, &end, &type));
+    EXPECT_TRUE(log.contains("Module ripper ripped a song!"));
+    EXPECT_EQ(type, "Protracker/Fasttracker");
+    EXPECT_GT(end, 10000) << "measured on the ripped module";
+    EXPECT_FALSE(fileExists("-1.mod"));
+    engine->startSlot(1);
+    mixMs(*engine, 500);
+    unsigned position = 0;
+    engine->getChannel(1).getPosition(&position, audio::TimeUnit::Ms);
+    EXPECT_GT(position, 400u);
+}
+
+TEST(MediaLoading, LiveStreamHasNoEndAndTheUnknownLengthLimitActsFromItsSecondPlay) {
+    LocalStreamServer server(readBytes(media("music.mp3")), "audio/mpeg");
+    ASSERT_FALSE(server.url().empty());
+    ScratchDir dir("stream");
+    CapturedLog log(dir.file("log.html"));
+    auto engine = offlineEngine();
+    PlaybackSequencer sequencer(*engine);
+    SequencerOptions options;
+    options.gapless = true;
+    options.unknownLimit = true;
+    options.unknownLimitSeconds = 1;
+    sequencer.setOptions(options);
+
+    SequencedEntry radio;
+    radio.path = server.url();
+    const PlaybackSequencer::StartResult first = sequencer.start(radio);
+    ASSERT_TRUE(first.loaded);
+    EXPECT_FALSE(first.seekable);
+    EXPECT_TRUE(log.contains("Sound is of unlimited length, skipping get real sound end"));
+    EXPECT_EQ(sequencer.endMs(), PlaybackSequencer::UnknownLengthMs) << "first play: no end";
+    EXPECT_EQ(radio.lengthMs, 1000u) << "the limit is stored for the next play";
+    EXPECT_EQ(radio.formatName, "MP2/MP3 MPEG");
+    for (int tick = 0; tick < 60; ++tick) {
+        mixMs(*engine, 20);
+        ASSERT_FALSE(sequencer.tick().ended) << tick;
+    }
+
+    ASSERT_TRUE(sequencer.start(radio).loaded);
+    EXPECT_EQ(sequencer.endMs(), 1000u);
+    int ticks = 0;
+    while (ticks < 200 && !sequencer.tick().ended) {
+        mixMs(*engine, 20);
+        ++ticks;
+    }
+    EXPECT_EQ(ticks, 50);
+    sequencer.stop();
+}
+
+} // namespace
+} // namespace enginetest

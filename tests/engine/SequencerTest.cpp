@@ -1,0 +1,92 @@
+// The player's song change through PlaybackSequencer on the offline output: alternating slots,
+// the end detected on the tick, the measured end on an entry's first play and the stored full
+// length on later plays, and a failed load that ends at once.
+#include "EngineTestSupport.h"
+#include "PlaybackSequencer.h"
+
+#include <gtest/gtest.h>
+
+namespace enginetest {
+namespace {
+
+constexpr int16_t Loud = 12000;
+
+SequencedEntry entryFor(const std::string& path) {
+    SequencedEntry entry;
+    entry.path = path;
+    return entry;
+}
+
+// Ticks (20 ms of mixing, then the check) until the song ends; returns the tick count.
+int ticksUntilEnd(SoundEngine& engine, PlaybackSequencer& sequencer, int limit = 10000) {
+    for (int ticks = 1; ticks <= limit; ++ticks) {
+        mixMs(engine, 20);
+        if (sequencer.tick().ended) {
+            return ticks;
+        }
+    }
+    return -1;
+}
+
+TEST(Sequencer, SongsAlternateSlotsAndEndOnTheTickThatReachesTheirLength) {
+    ScratchDir dir("alternate");
+    writeWav(dir.file("one.wav"), 44100, 44100, [](uint32_t, int) { return Loud; });
+    writeWav(dir.file("half.wav"), 44100, 22050, [](uint32_t, int) { return Loud; });
+    auto engine = offlineEngine();
+    PlaybackSequencer sequencer(*engine);
+    EXPECT_FALSE(sequencer.tick().ended) << "idle before the first start";
+
+    SequencedEntry one = entryFor(dir.file("one.wav"));
+    const PlaybackSequencer::StartResult started = sequencer.start(one);
+    EXPECT_TRUE(started.loaded);
+    EXPECT_TRUE(started.seekable);
+    EXPECT_EQ(sequencer.slot(), 1);
+    EXPECT_EQ(one.lengthMs, 1000u);
+    EXPECT_EQ(one.formatName, "Microsoft WAV");
+    EXPECT_EQ(ticksUntilEnd(*engine, sequencer), 50);
+
+    SequencedEntry half = entryFor(dir.file("half.wav"));
+    ASSERT_TRUE(sequencer.start(half).loaded);
+    EXPECT_EQ(sequencer.slot(), 0);
+    bool playing = true;
+    engine->getChannel(1).isPlaying(&playing);
+    EXPECT_FALSE(playing) << "the old slot's channel is stopped";
+    EXPECT_EQ(ticksUntilEnd(*engine, sequencer), 25);
+
+    sequencer.stop();
+    EXPECT_FALSE(sequencer.active());
+    EXPECT_FALSE(sequencer.tick().ended);
+}
+
+TEST(Sequencer, GaplessEndActsOnTheFirstPlayAndTheFullLengthOnLaterOnes) {
+    ScratchDir dir("gapless");
+    writeWav(dir.file("loud.wav"), 44100, 441000, [](uint32_t, int) { return Loud; });
+    auto engine = offlineEngine();
+    PlaybackSequencer sequencer(*engine);
+    SequencerOptions options;
+    options.gapless = true;
+    sequencer.setOptions(options);
+
+    SequencedEntry entry = entryFor(dir.file("loud.wav"));
+    ASSERT_TRUE(sequencer.start(entry).loaded);
+    EXPECT_EQ(sequencer.endMs(), 10000u - 765u);
+    EXPECT_EQ(entry.lengthMs, 10000u) << "the entry keeps the full length for later plays";
+    EXPECT_EQ(ticksUntilEnd(*engine, sequencer), (10000 - 765 + 19) / 20);
+
+    ASSERT_TRUE(sequencer.start(entry).loaded);
+    EXPECT_EQ(sequencer.endMs(), 10000u);
+}
+
+TEST(Sequencer, FailedLoadEndsOnTheNextTickSoThePlayerMovesOn) {
+    ScratchDir dir("failed");
+    auto engine = offlineEngine();
+    engine->setRipperPath("/bin/true");
+    PlaybackSequencer sequencer(*engine);
+    SequencedEntry missing = entryFor(dir.file("missing.wav"));
+    EXPECT_FALSE(sequencer.start(missing).loaded);
+    EXPECT_EQ(missing.lengthMs, 0u);
+    EXPECT_EQ(ticksUntilEnd(*engine, sequencer), 1);
+}
+
+} // namespace
+} // namespace enginetest
