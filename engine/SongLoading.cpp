@@ -51,7 +51,8 @@ audio::Result SoundEngine::releaseSlotSound(int slot) {
     return result;
 }
 
-void SoundEngine::createFromPathOrRip(const std::string& path, int slot, bool accurate) {
+void SoundEngine::createFromPathOrRip(const std::string& path, int slot, bool accurate,
+                                      std::vector<uint8_t>* rippedBlock) {
     lastResult =
         system->createSound(path.c_str(), pathMode(path, accurate), nullptr, &sounds[slot]);
     if (lastResult == audio::Result::Ok) {
@@ -70,6 +71,7 @@ void SoundEngine::createFromPathOrRip(const std::string& path, int slot, bool ac
     engineLog(0, "Module ripper ripped a song!");
     lastResult = system->createSound(reinterpret_cast<const char*>(rip.module.data()),
                                      memoryMode(accurate), &info, &sounds[slot]);
+    *rippedBlock = std::move(rip.module);
 }
 
 bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, bool trim, int cutoff,
@@ -91,15 +93,16 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
         checkResult(lastResult, "");
     }
 
-    // Gzip files are unpacked into memory here and freed when this call returns: the library
-    // keeps its own copy of memory sounds, and the measurements are done by then.
-    std::vector<uint8_t> gzipBlock;
+    // Gzip files are unpacked and ripped modules read into this block, which is freed when this
+    // call returns: the library keeps its own copy of memory sounds, and the measurements are
+    // done by then.
+    std::vector<uint8_t> block;
     const bool gzipped = engine_detail::hasGzipMagic(path);
     if (gzipped) {
         engine_detail::GzipUnpacked unpacked = engine_detail::unpackGzipSong(path);
         switch (unpacked.status) {
         case engine_detail::GzipUnpacked::Status::Ok:
-            gzipBlock = std::move(unpacked.data);
+            block = std::move(unpacked.data);
             break;
         case engine_detail::GzipUnpacked::Status::TooLarge:
             engineLog(2, "Gzip file %s claims %u bytes uncompressed, more than the %u allowed",
@@ -116,11 +119,11 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
 
     if (gzipped) {
         audio::CreateSoundInfo info;
-        info.length = gzipBlock.size();
-        lastResult = system->createSound(reinterpret_cast<const char*>(gzipBlock.data()),
+        info.length = block.size();
+        lastResult = system->createSound(reinterpret_cast<const char*>(block.data()),
                                          memoryMode(accurate), &info, &sounds[slot]);
     } else {
-        createFromPathOrRip(path, slot, accurate);
+        createFromPathOrRip(path, slot, accurate, &block);
     }
     if (lastResult == audio::Result::Ok) {
         *typeNameOut = soundTypeName(sounds[slot]);
@@ -134,7 +137,8 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
 
     int start = 0;
     if (trim) {
-        measure(path, gzipped ? &gzipBlock : nullptr, cutoff, &start, endOut);
+        // A ripped module is measured from its block too: the file itself cannot be opened.
+        measure(path, block.empty() ? nullptr : &block, cutoff, &start, endOut);
     } else {
         *endOut = lengthMsAsInt(sounds[slot]);
     }

@@ -119,8 +119,10 @@ public:
 
 private:
     audio::Result releaseSlotSound(int slot);
-    // Creates the slot's sound from the file, or through the ripper when the library refuses it.
-    void createFromPathOrRip(const std::string& path, int slot, bool accurate);
+    // Creates the slot's sound from the file, or through the ripper when the library refuses it
+    // (then *rippedBlock receives the module the sound was made from).
+    void createFromPathOrRip(const std::string& path, int slot, bool accurate,
+                             std::vector<uint8_t>* rippedBlock);
     void measure(const std::string& path, const std::vector<uint8_t>* block, int cutoff, int* start,
                  int* end);
 

@@ -108,6 +108,7 @@ size_t Voice::produce(float* out, size_t frames, bool* underrun) {
             resampler_->process(nullptr, 0, &consumed, out + produced * 2, frames - produced,
                                 &made);
             produced += made;
+            mixPosition_ += static_cast<double>(made) * resampler_->ratio();
             if (made == 0) {
                 flushed_ = true;
             }
@@ -125,7 +126,8 @@ size_t Voice::produce(float* out, size_t frames, bool* underrun) {
         }
         produced += made;
         blockOffset_ += static_cast<uint32_t>(consumed);
-        mixPosition_ += consumed;
+        mixPosition_ += resampling_ ? static_cast<double>(made) * resampler_->ratio()
+                                    : static_cast<double>(consumed);
         if (blockOffset_ == block->frames && !block->endOfData) {
             ring_.pop();
             blockOffset_ = 0;
@@ -177,13 +179,13 @@ bool Voice::render(float* mix, size_t frames) {
     const uint32_t epoch = epoch_.load(std::memory_order_acquire);
     if (epoch != mixEpoch_) {
         mixEpoch_ = epoch;
-        mixPosition_ = seekFrame_.load(std::memory_order_relaxed);
+        mixPosition_ = static_cast<double>(seekFrame_.load(std::memory_order_relaxed));
         blockOffset_ = 0;
         resampler_->clear();
         resampling_ = false;
         flushed_ = false;
         primed_ = false;
-        position_.store(mixPosition_, std::memory_order_relaxed);
+        position_.store(static_cast<uint64_t>(mixPosition_), std::memory_order_relaxed);
         epochSeen_.store(epoch, std::memory_order_release);
     }
     if (paused_.load(std::memory_order_relaxed)) {
@@ -202,7 +204,7 @@ bool Voice::render(float* mix, size_t frames) {
     bool underrun = false;
     const size_t produced = produce(out, frames, &underrun);
     std::fill(out + produced * 2, out + frames * 2, 0.0f);
-    position_.store(mixPosition_, std::memory_order_relaxed);
+    position_.store(static_cast<uint64_t>(mixPosition_), std::memory_order_relaxed);
     if (produced == 0 && state_.load(std::memory_order_relaxed) == VoiceState::Done) {
         return false;
     }

@@ -115,7 +115,9 @@ private:
     // Mixer-private.
     uint32_t mixEpoch_ = 0;
     uint32_t blockOffset_ = 0;
-    uint64_t mixPosition_ = 0;
+    // Source frames the listener has heard: frames handed out, converted back to source frames
+    // by the ratio while resampling, so the resampler's look-ahead does not count as played.
+    double mixPosition_ = 0;
     bool resampling_ = false; // once engaged, stays on until the next seek (no glitch)
     bool flushed_ = false;
     bool primed_ = false; // a block of the current epoch has arrived

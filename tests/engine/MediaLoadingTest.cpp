@@ -78,6 +78,7 @@ TEST(MediaLoading, RefusedFileWithAPackedModulePlaysTheRippedModule) {
     ASSERT_TRUE(engine->loadSong(dir.file("packed.bin"), 1, false, true, 0, &end, &type));
     EXPECT_TRUE(log.contains("Module ripper ripped a song!"));
     EXPECT_EQ(type, "Protracker/Fasttracker");
+    EXPECT_GT(end, 10000) << "measured on the ripped module";
     EXPECT_FALSE(fileExists("-1.mod"));
     engine->startSlot(1);
     mixMs(*engine, 500);
