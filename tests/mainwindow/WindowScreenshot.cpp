@@ -46,7 +46,7 @@ int main(int argc, char* argv[]) {
     QDir().mkpath(outDir);
 
     const QByteArray demo =
-        (QCoreApplication::applicationDirPath() + "/../bin/Resources/demo/tamberlo-demo.mod")
+        (QCoreApplication::applicationDirPath() + "/Resources/demo/tamberlo-demo.mod")
             .toLocal8Bit();
     char output[] = "--output";
     char null[] = "null";
