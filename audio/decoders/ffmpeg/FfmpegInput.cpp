@@ -2,6 +2,7 @@
 
 #include "FfmpegFormats.h"
 
+#include <mutex>
 #include <string>
 
 namespace audio::ffmpeg {
@@ -46,14 +47,15 @@ Result resultOfOpenError(int averror, bool network) {
     if (averror == AVERROR(ENOMEM)) {
         return Result::OutOfMemory;
     }
-    // A demuxer or protocol outside the whitelists.
-    if (averror == AVERROR(EINVAL) || averror == AVERROR_PROTOCOL_NOT_FOUND) {
-        return Result::ProtocolRefused;
-    }
+    // Otherwise the probe's guess is outside the demuxer whitelist, or nothing was found.
+    // (Input lists are refused before opening, see isInputList.)
     return Result::FormatUnsupported;
 }
 
 Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source, FfmpegInput* out) {
+    // FFmpeg's warnings about misdetected junk would flood the terminal; our results say it.
+    static std::once_flag quietLog;
+    std::call_once(quietLog, [] { av_log_set_level(AV_LOG_ERROR); });
     out->network = where.kind == SourceKind::NetworkUrl;
     out->deadline = std::make_unique<Deadline>();
 
