@@ -52,7 +52,7 @@ std::vector<uint8_t> packedModule() {
         bytes.push_back(static_cast<uint8_t>(generator()));        // effect value
     }
     for (int i = 0; i < 4 * 2048; ++i) {
-        bytes.push_back(static_cast<uint8_t>(100 * std::sin(i * 0.07)));
+        bytes.push_back(static_cast<uint8_t>(static_cast<int8_t>(100 * std::sin(i * 0.07))));
     }
     return bytes;
 }
