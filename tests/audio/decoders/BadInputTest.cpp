@@ -146,6 +146,8 @@ TEST(BadLocation, UnsafeOrMissingLocationsAreRefused) {
         {"concat:" + song + "|" + song, Result::ProtocolRefused},
         {"subfile:,start,0,end,1000,:" + song, Result::ProtocolRefused},
         {"pipe:0", Result::ProtocolRefused},
+        // A relative name that starts like a scheme is never read as a path.
+        {"song: live.mp3", Result::ProtocolRefused},
         {"data:audio/mpeg;base64,AAAA", Result::ProtocolRefused},
         {"ftp://127.0.0.1/x.mp3", Result::ProtocolRefused},
         {"file://otherhost/x.mp3", Result::ProtocolRefused},
