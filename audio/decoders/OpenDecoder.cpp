@@ -3,6 +3,7 @@
 #include "PluginRegistry.h"
 #include "SourceLocation.h"
 #include "ffmpeg/FfmpegDecoder.h"
+#include "ffmpeg/FfmpegFormats.h"
 #include "openmpt/OpenMptDecoder.h"
 #include "plugin/LoadedPlugin.h"
 #include "plugin/PluginDecoder.h"
@@ -133,6 +134,9 @@ Result openDecoder(const DecoderSource& source, const PluginRegistry* plugins,
         failure = opened;
     }
 
+    if (ffmpeg::isInputList(head, headSize)) {
+        return Result::ProtocolRefused;
+    }
     const Result opened = ffmpeg::openFfmpegDecoder(where, source, out);
     if (opened == Result::FormatUnsupported && failure != Result::FormatUnsupported) {
         return failure;

@@ -21,3 +21,13 @@ struct AvioContextFreer {
 using AvioContext = std::unique_ptr<AVIOContext, AvioContextFreer>;
 
 } // namespace audio::ffmpeg
+
+namespace audio::ffmpeg {
+
+struct UrlAvioCloser {
+    void operator()(AVIOContext* context) const { avio_closep(&context); }
+};
+// Owns an AVIOContext opened by avio_open2 (a URL connection with FFmpeg's own buffer).
+using UrlAvio = std::unique_ptr<AVIOContext, UrlAvioCloser>;
+
+} // namespace audio::ffmpeg

@@ -6,6 +6,9 @@
 #include "FfmpegHeaders.h"
 #include "SoundType.h"
 
+#include <cstddef>
+#include <cstdint>
+
 namespace audio::ffmpeg {
 
 // Comma-separated demuxer names for the `format_whitelist` option: audio containers only, so
@@ -15,6 +18,11 @@ extern const char* const AllowedDemuxers;
 // Lowest AVFormatContext::probe_score we trust. MPEG audio scores 25 or less for random bytes
 // and a handful of frames; real files score 51 and up.
 inline constexpr int MinimumProbeScore = AVPROBE_SCORE_MAX / 4 + 1;
+
+// True when `head` (the first `size` bytes of local data) is a list that names other inputs
+// (ffconcat, HLS, DASH manifests) rather than audio. Such data must be refused as a protocol
+// matter, not reported as an unknown format.
+bool isInputList(const uint8_t* head, size_t size);
 
 // The SoundType of audio stream `codecId` inside the demuxer called `demuxerName`.
 SoundType soundTypeOf(const char* demuxerName, AVCodecID codecId);

@@ -2,6 +2,7 @@
 
 #include "FfmpegFormats.h"
 
+#include <mutex>
 #include <string>
 
 namespace audio::ffmpeg {
@@ -25,6 +26,33 @@ private:
 // so the format is known without waiting for more live data.
 constexpr int NetworkProbeBytes = 64 * 1024;
 
+// The demuxer for a stream's Content-Type, so that opening does not wait for enough live data
+// to probe. Null when the type says nothing certain.
+const AVInputFormat* demuxerForContentType(AVIOContext* connection) {
+    uint8_t* value = nullptr;
+    if (av_opt_get(connection, "mime_type", AV_OPT_SEARCH_CHILDREN, &value) < 0 ||
+        value == nullptr) {
+        return nullptr;
+    }
+    std::string type(reinterpret_cast<char*>(value));
+    av_free(value);
+    type = type.substr(0, type.find(';'));
+    const struct {
+        const char* contentType;
+        const char* demuxer;
+    } known[] = {
+        {"audio/mpeg", "mp3"}, {"audio/mp3", "mp3"},   {"application/ogg", "ogg"},
+        {"audio/ogg", "ogg"},  {"audio/opus", "ogg"},  {"audio/aac", "aac"},
+        {"audio/aacp", "aac"}, {"audio/flac", "flac"}, {"audio/x-flac", "flac"},
+    };
+    for (const auto& entry : known) {
+        if (type == entry.contentType) {
+            return av_find_input_format(entry.demuxer);
+        }
+    }
+    return nullptr;
+}
+
 } // namespace
 
 Result resultOfOpenError(int averror, bool network) {
@@ -46,14 +74,15 @@ Result resultOfOpenError(int averror, bool network) {
     if (averror == AVERROR(ENOMEM)) {
         return Result::OutOfMemory;
     }
-    // A demuxer or protocol outside the whitelists.
-    if (averror == AVERROR(EINVAL) || averror == AVERROR_PROTOCOL_NOT_FOUND) {
-        return Result::ProtocolRefused;
-    }
+    // Otherwise the probe's guess is outside the demuxer whitelist, or nothing was found.
+    // (Input lists are refused before opening, see isInputList.)
     return Result::FormatUnsupported;
 }
 
 Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source, FfmpegInput* out) {
+    // FFmpeg's warnings about misdetected junk would flood the terminal; our results say it.
+    static std::once_flag quietLog;
+    std::call_once(quietLog, [] { av_log_set_level(AV_LOG_ERROR); });
     out->network = where.kind == SourceKind::NetworkUrl;
     out->deadline = std::make_unique<Deadline>();
 
@@ -66,6 +95,7 @@ Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source,
     Options options;
     options.set("format_whitelist", AllowedDemuxers);
     std::string url;
+    const AVInputFormat* forced = nullptr;
     switch (where.kind) {
     case SourceKind::Memory:
         out->memory = std::make_unique<MemoryReader>(source.memory);
@@ -83,25 +113,40 @@ Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source,
         url = "file:" + where.location;
         options.set("protocol_whitelist", "file");
         break;
-    case SourceKind::NetworkUrl:
-        url = where.location;
-        options.set("protocol_whitelist", "http,https,tcp,tls,crypto");
-        options.set("rw_timeout", std::to_string(int64_t{source.network.readTimeoutMs} * 1000));
-        options.set("timeout", std::to_string(int64_t{source.network.connectTimeoutMs} * 1000));
-        options.set("formatprobesize", std::to_string(NetworkProbeBytes));
-        options.set("user_agent", "Tamberlo");
+    case SourceKind::NetworkUrl: {
+        // Connect first, so that the Content-Type can choose the demuxer.
+        Options connection;
+        connection.set("protocol_whitelist", "http,https,tcp,tls,crypto");
+        connection.set("rw_timeout", std::to_string(int64_t{source.network.readTimeoutMs} * 1000));
+        connection.set("timeout", std::to_string(int64_t{source.network.connectTimeoutMs} * 1000));
+        connection.set("user_agent", "Tamberlo");
         out->deadline->arm(source.network.connectTimeoutMs);
+        AVIOContext* connected = nullptr;
+        const int status = avio_open2(&connected, where.location.c_str(), AVIO_FLAG_READ,
+                                      &context->interrupt_callback, connection.get());
+        if (status < 0) {
+            avformat_free_context(context);
+            return resultOfOpenError(status, true);
+        }
+        out->url.reset(connected);
+        forced = demuxerForContentType(connected);
+        context->pb = connected;
+        context->flags |= AVFMT_FLAG_CUSTOM_IO;
+        options.set("formatprobesize", std::to_string(NetworkProbeBytes));
         break;
+    }
     }
 
     const int opened =
-        avformat_open_input(&context, url.empty() ? nullptr : url.c_str(), nullptr, options.get());
+        avformat_open_input(&context, url.empty() ? nullptr : url.c_str(), forced, options.get());
     if (opened < 0) {
         // avformat_open_input has freed the context.
         return resultOfOpenError(opened, out->network);
     }
     out->format.reset(context);
-    if (context->probe_score < MinimumProbeScore) {
+    // A demuxer chosen by the server's Content-Type has no probe score; the first-frame check
+    // still applies to it.
+    if (forced == nullptr && context->probe_score < MinimumProbeScore) {
         return Result::FormatUnsupported;
     }
     if (out->network) {

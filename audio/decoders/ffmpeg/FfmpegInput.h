@@ -19,7 +19,8 @@ namespace audio::ffmpeg {
 // the format context closes before the I/O objects it reads from.
 struct FfmpegInput {
     std::unique_ptr<MemoryReader> memory;
-    AvioContext avio;
+    AvioContext avio; // memory blocks
+    UrlAvio url;      // network connections
     std::unique_ptr<Deadline> deadline;
     FormatContext format;
     bool network = false;

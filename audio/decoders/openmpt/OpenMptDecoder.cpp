@@ -151,9 +151,25 @@ Result OpenMptDecoder::seek(uint64_t frame) {
     }
     pending_.clear();
     pendingOffset_ = 0;
-    // libopenmpt seeks to a row; render and drop the rest of the way to the exact frame.
-    const double reached =
-        module_->set_position_seconds(static_cast<double>(frame) / ModuleSampleRate);
+    double reached = 0;
+    try {
+        if (frame == 0) {
+            // Selecting the subsong again restarts it exactly as after opening.
+            module_->select_subsong(module_->get_selected_subsong());
+        } else {
+            // libopenmpt seeks to the start of a row, which may lie after the target: step back
+            // until it lands at or before it, then render and drop the rest of the way.
+            const double target = static_cast<double>(frame) / ModuleSampleRate;
+            double ask = target;
+            reached = module_->set_position_seconds(ask);
+            while (reached > target && ask > 0) {
+                ask = std::max(0.0, ask - 0.5);
+                reached = module_->set_position_seconds(ask);
+            }
+        }
+    } catch (const std::exception&) {
+        return Result::SeekFailed;
+    }
     auto position = static_cast<uint64_t>(std::max(0.0, std::floor(reached * ModuleSampleRate)));
     std::vector<float> scratch(2 * 4096);
     while (position < frame) {
