@@ -30,8 +30,10 @@ for _ in $(seq 200); do
 done
 [ "$now" -gt "$before" ] || { echo "player did not start"; kill -KILL $runner; exit 1; }
 
-# Signal the player itself (under xvfb-run it is a child of the wrapper).
-pid=$(pgrep -n -f "^$player" || true)
+# Signal the player itself (under xvfb-run it is a child of the wrapper). The whole command
+# line is matched so that other programs of the application folder (tamberlo-rip,
+# tamberlo-render, started by tests running alongside) are never taken for it.
+pid=$(pgrep -n -f "^$player $demo\$" || true)
 [ -n "$pid" ] || { echo "player process not found"; exit 1; }
 sleep 0.5
 kill -TERM "$pid"
