@@ -54,9 +54,8 @@ MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlag
 
     const QString appDir = QCoreApplication::applicationDirPath();
     if (!theLogFile) {
-        theLogFile = new LogFile(QString(appDir + QDir::separator() + "logfile.html")
-                                     .toLocal8Bit()
-                                     .toStdString());
+        theLogFile = new LogFile(
+            QString(appDir + QDir::separator() + "logfile.html").toLocal8Bit().toStdString());
     }
     const CommandLine commandLine = parseCommandLine(argc, argv);
 
@@ -79,6 +78,7 @@ MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlag
     ui->labelTopBar->setPixmap(QPixmap(skin::resourcePath(appDir, "top.png")));
     skin::applyPlayerStyleSheets(*ui, appDir);
     skin::applyPlayerFonts(*ui, appDir);
+    skin::applyPlayerTextColours(*ui);
     playList_->applySkin(appDir);
     installContextMenu();
     loadSettings();
@@ -206,9 +206,13 @@ void MP3Database::showAboutDialog() {
     dialog.exec();
 }
 
-void MP3Database::showPlayListDialog() { playList_->show(); }
+void MP3Database::showPlayListDialog() {
+    playList_->show();
+}
 
-void MP3Database::popupminimizeWindow() { showMinimized(); }
+void MP3Database::popupminimizeWindow() {
+    showMinimized();
+}
 
 void MP3Database::installContextMenu() {
     setContextMenuPolicy(Qt::CustomContextMenu);

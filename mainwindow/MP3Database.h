@@ -39,7 +39,7 @@ public:
 
     // ---- state shared with the playlist window and the settings dialog ----
     int currentSound = -1; // index of the current playlist entry, -1 for none
-    int dockVertical = 0;   // where the playlist window sits (snapping::Docking codes)
+    int dockVertical = 0;  // where the playlist window sits (snapping::Docking codes)
     int dockHorizontal = 0;
     // Settings fields (settings.ini, see SettingsKeys.h).
     int vuSensitivity = 4000;
@@ -129,7 +129,7 @@ private:
     std::unique_ptr<LevelMeter> levelMeter_;
     PlayList* playList_ = nullptr; // a child window, deleted in closeEvent
 
-    PlaylistEntry currentEntry_;      // copy taken right after the load
+    PlaylistEntry currentEntry_; // copy taken right after the load
     int subsongCount_ = 1;
     int currentSubsong_ = 0;
     bool noSound_ = true;

@@ -44,7 +44,9 @@ void MP3Database::on_sliderProgress_valueChanged(int value) {
     updateTimeLabel(static_cast<std::uint32_t>(value < 0 ? 0 : value));
 }
 
-void MP3Database::on_sliderVolume_sliderPressed() { qDebug("%i", 8); }
+void MP3Database::on_sliderVolume_sliderPressed() {
+    qDebug("%i", 8);
+}
 
 void MP3Database::on_sliderVolume_valueChanged(int value) {
     ui->labelVolume->setText(QString::number(value) + "%");
@@ -69,16 +71,19 @@ void MP3Database::on_buttonNormalize_clicked() {
     ui->buttonNormalize->setChecked(engine_->isNormalizerEnabled());
 }
 
-void MP3Database::on_buttonQuit_clicked() { close(); }
+void MP3Database::on_buttonQuit_clicked() {
+    close();
+}
 
-void MP3Database::on_buttonMinimize_clicked() { showMinimized(); }
+void MP3Database::on_buttonMinimize_clicked() {
+    showMinimized();
+}
 
 // ---- subsongs ----
 
 void MP3Database::seekToSubsong() {
     refreshInfoLabels();
-    channel().setPosition(static_cast<unsigned>(currentSubsong_),
-                                      audio::TimeUnit::SubsongCount);
+    channel().setPosition(static_cast<unsigned>(currentSubsong_), audio::TimeUnit::SubsongCount);
     ui->sliderProgress->setMaximum(static_cast<int>(currentEntry_.lengthMs));
 }
 
@@ -98,9 +103,13 @@ void MP3Database::on_buttonPrevSub_clicked() {
 
 // ---- songs ----
 
-void MP3Database::markRow(int row, bool playing) { playList_->setRowPlaying(row, playing); }
+void MP3Database::markRow(int row, bool playing) {
+    playList_->setRowPlaying(row, playing);
+}
 
-audio::Channel MP3Database::channel() const { return engine_->getChannel(sequencer_->slot()); }
+audio::Channel MP3Database::channel() const {
+    return engine_->getChannel(sequencer_->slot());
+}
 
 void MP3Database::resumeFromPause() {
     paused_ = false;
@@ -289,6 +298,6 @@ void MP3Database::refreshInfoLabels() {
     ui->labelInfo->setText(
         "Subsong: " + QString::number(currentSubsong_ + 1) + "/" + QString::number(subsongCount_) +
         "\nkhz: " + QString::number(engine_->getBaseFrequency(sequencer_->slot())) + "\n" +
-        QString::fromStdString(currentEntry_.formatName) + "\nBitrate: " +
-        QString::number(bitRate));
+        QString::fromStdString(currentEntry_.formatName) +
+        "\nBitrate: " + QString::number(bitRate));
 }

@@ -101,7 +101,8 @@ void MP3Database::saveSettings() {
                       static_cast<double>(engine_->getNormalizerParameters()[0]));
     settings.setValue(key::NormalizeThreshold,
                       static_cast<double>(engine_->getNormalizerParameters()[1]));
-    settings.setValue(key::NormalizeMaxAmp, static_cast<double>(engine_->getNormalizerParameters()[2]));
+    settings.setValue(key::NormalizeMaxAmp,
+                      static_cast<double>(engine_->getNormalizerParameters()[2]));
     settings.setValue(key::NormalizeEnabled, engine_->isNormalizerEnabled());
     settings.setValue(key::VuMultiplier, vuMultiplier);
     settings.setValue(key::VuSensitivity, vuSensitivity);

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFont>
 #include <QFontDatabase>
+#include <QPalette>
 
 namespace skin {
 namespace {
@@ -86,10 +87,30 @@ void applyPlayerFonts(Ui::MP3DatabaseClass& ui, const QString& appDir) {
 
     QFont pixel(PixelFontFamily, PixelFontPoints);
     pixel.setStyleStrategy(QFont::NoAntialias);
-    for (QWidget* w : {static_cast<QWidget*>(ui.labelInfo), static_cast<QWidget*>(ui.buttonNormalize),
-                       static_cast<QWidget*>(ui.buttonReverb), static_cast<QWidget*>(ui.labelBalance),
-                       static_cast<QWidget*>(ui.labelPitch), static_cast<QWidget*>(ui.labelVolume)}) {
+    for (QWidget* w :
+         {static_cast<QWidget*>(ui.labelInfo), static_cast<QWidget*>(ui.buttonNormalize),
+          static_cast<QWidget*>(ui.buttonReverb), static_cast<QWidget*>(ui.labelBalance),
+          static_cast<QWidget*>(ui.labelPitch), static_cast<QWidget*>(ui.labelVolume),
+          static_cast<QWidget*>(ui.labelTextVolume), static_cast<QWidget*>(ui.labelTextPitch)}) {
         w->setFont(pixel);
+    }
+}
+
+void applyPlayerTextColours(Ui::MP3DatabaseClass& ui) {
+    // Dark ink on the teal LCD, light text on the dark body.
+    const QColor lcdInk(0x12, 0x2a, 0x27);
+    const QColor bodyText(0xc8, 0xd2, 0xd6);
+    auto paint = [](QWidget* w, const QColor& colour) {
+        QPalette palette = w->palette();
+        palette.setColor(QPalette::WindowText, colour);
+        w->setPalette(palette);
+    };
+    for (QWidget* w : {ui.labelTitle, ui.labelInfo, ui.labelCurrentTime}) {
+        paint(w, lcdInk);
+    }
+    for (QWidget* w :
+         {ui.labelVolume, ui.labelTextVolume, ui.labelPitch, ui.labelTextPitch, ui.labelBalance}) {
+        paint(w, bodyText);
     }
 }
 

@@ -28,6 +28,9 @@ QString resourcePath(const QString& appDir, const QString& name);
 // Registers both fonts and gives them to the time display and the small labels.
 void applyPlayerFonts(Ui::MP3DatabaseClass& ui, const QString& appDir);
 
+// Text colours of the labels that have no style sheet: ink on the LCD, light on the body.
+void applyPlayerTextColours(Ui::MP3DatabaseClass& ui);
+
 // One style sheet per widget, in a fixed order, with pressed and checked images.
 void applyPlayerStyleSheets(Ui::MP3DatabaseClass& ui, const QString& appDir);
 

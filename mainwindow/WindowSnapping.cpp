@@ -5,7 +5,9 @@
 namespace snapping {
 namespace {
 
-bool near(int a, int b) { return std::abs(a - b) < Distance; }
+bool near(int a, int b) {
+    return std::abs(a - b) < Distance;
+}
 
 // The two windows overlap horizontally (with the snapping margin): vertical snapping applies.
 bool overlapsHorizontally(const QRect& moving, const QRect& other) {
@@ -57,19 +59,37 @@ QPoint carriedPlaylist(const Docking& docking, const QRect& player, const QRect&
     const int pw = playlist.width();
     int top = proposedPlayer.y() - offset.y();
     switch (docking.vertical) {
-    case 1: top = player.top(); break;
-    case 2: top = player.top() - ph; break;
-    case 3: top = player.bottom() + 1; break;
-    case 4: top = player.bottom() - ph; break;
-    default: break;
+    case 1:
+        top = player.top();
+        break;
+    case 2:
+        top = player.top() - ph;
+        break;
+    case 3:
+        top = player.bottom() + 1;
+        break;
+    case 4:
+        top = player.bottom() - ph;
+        break;
+    default:
+        break;
     }
     int left = proposedPlayer.x() - offset.x();
     switch (docking.horizontal) {
-    case 1: left = player.left(); break;
-    case 2: left = player.left() - pw; break;
-    case 3: left = player.right() - pw; break;
-    case 4: left = player.right() + 1; break;
-    default: break;
+    case 1:
+        left = player.left();
+        break;
+    case 2:
+        left = player.left() - pw;
+        break;
+    case 3:
+        left = player.right() - pw;
+        break;
+    case 4:
+        left = player.right() + 1;
+        break;
+    default:
+        break;
     }
     return {left, top};
 }

@@ -15,7 +15,6 @@
 #include <QTableWidgetItem>
 #include <QUrl>
 
-
 namespace {
 
 const QColor playingColour(25, 130, 115, 255);
@@ -61,7 +60,8 @@ void PlayList::onEntriesAppended(int first, int count) {
     table->setRowCount(first + count);
     for (int row = first; row < first + count; ++row) {
         const PlaylistEntry& entry = model_->entry(row);
-        auto* item = new QTableWidgetItem(QFile::decodeName(QByteArray::fromStdString(entry.title)));
+        auto* item =
+            new QTableWidgetItem(QFile::decodeName(QByteArray::fromStdString(entry.title)));
         item->setToolTip(QFile::decodeName(QByteArray::fromStdString(entry.path)));
         table->setItem(row, 0, item);
     }
@@ -74,7 +74,9 @@ void PlayList::onRowsRemoved(int first, int count) {
     }
 }
 
-void PlayList::onCleared() { ui->tableWidget->setRowCount(0); }
+void PlayList::onCleared() {
+    ui->tableWidget->setRowCount(0);
+}
 
 void PlayList::onEntryChanged(int row) {
     QTableWidgetItem* item = ui->tableWidget->item(row, 0);
@@ -150,7 +152,9 @@ void PlayList::on_buttonAddDirs_clicked() {
     model_->addPaths(model_->collectDirectory(folder, true));
 }
 
-void PlayList::on_pushButtonHide_clicked() { hide(); }
+void PlayList::on_pushButtonHide_clicked() {
+    hide();
+}
 
 void PlayList::on_tableWidget_itemDoubleClicked(QTableWidgetItem* item) {
     if (player_->currentSound >= 0) {
@@ -163,7 +167,9 @@ void PlayList::on_tableWidget_itemDoubleClicked(QTableWidgetItem* item) {
 
 void PlayList::on_tableWidget_clicked(const QModelIndex&) {}
 
-void PlayList::on_pushButton_clicked() { model_->clearList(true); }
+void PlayList::on_pushButton_clicked() {
+    model_->clearList(true);
+}
 
 void PlayList::on_buttonAddFiles_clicked() {
     const QStringList files =
@@ -257,7 +263,7 @@ bool PlayList::resizeByGrip(QEvent* event) {
     const QSize proposed(
         (global.x() - pressPosition_.x()) - self.left() - grip.left() + grip.right() + 1,
         (global.y() - pressPosition_.y()) - self.top() - grip.top() + grip.bottom() + 1);
-    setGeometry(QRect(self.topLeft(),
-                      snapping::snapPlaylistSize(proposed, self, player_->geometry())));
+    setGeometry(
+        QRect(self.topLeft(), snapping::snapPlaylistSize(proposed, self, player_->geometry())));
     return true;
 }

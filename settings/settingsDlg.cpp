@@ -13,21 +13,29 @@
 namespace {
 
 // A check box counts as on only when fully checked.
-bool isOn(const QCheckBox* box) { return box->checkState() == Qt::Checked; }
+bool isOn(const QCheckBox* box) {
+    return box->checkState() == Qt::Checked;
+}
 
-void setOn(QCheckBox* box, bool on) { box->setCheckState(on ? Qt::Checked : Qt::Unchecked); }
+void setOn(QCheckBox* box, bool on) {
+    box->setCheckState(on ? Qt::Checked : Qt::Unchecked);
+}
 
-QString percent(int value) { return QString::number(value) + "%"; }
+QString percent(int value) {
+    return QString::number(value) + "%";
+}
 
 // Scaled start values are truncated toward zero on purpose: a stored 0.71f shows as 70.
-int scaled(float value, double factor) { return static_cast<int>(value * factor); }
+int scaled(float value, double factor) {
+    return static_cast<int>(value * factor);
+}
 
 } // namespace
 
 settingsDlg::settingsDlg(MP3Database* player, SoundEngine* engine, PlayList* playlist,
                          QWidget* parent)
-    : QDialog(parent), ui(std::make_unique<Ui::DialogSettings>()), player_(player),
-      engine_(engine), playlist_(playlist) {
+    : QDialog(parent), ui(std::make_unique<Ui::DialogSettings>()), player_(player), engine_(engine),
+      playlist_(playlist) {
     ui->setupUi(this);
     setWindowIcon(QIcon(QCoreApplication::applicationDirPath() + "/Resources/mp3.png"));
 

@@ -10,7 +10,9 @@ namespace {
 const QRect playlist(500, 300, 417, 206);
 const QSize playerSize(417, 206);
 
-QRect playerAt(int x, int y) { return QRect(QPoint(x, y), playerSize); }
+QRect playerAt(int x, int y) {
+    return QRect(QPoint(x, y), playerSize);
+}
 
 TEST(SnapPlayer, DropBelowThePlaylistDocksItAbove) {
     // 10 pixels below the playlist's bottom edge, overlapping horizontally.
