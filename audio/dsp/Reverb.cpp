@@ -95,18 +95,35 @@ void runCombs(Reverb::Comb* combs, float feedback, float damp1, float damp2, con
         at[c] = combs[c].index;
         state[c] = combs[c].store;
     }
-    for (size_t f = 0; f < frames; ++f) {
-        float sum = 0.0f;
+    size_t f = 0;
+    while (f < frames) {
+        // Run up to the first wrap of any delay line, so the inner loop has no branches.
+        size_t run = frames - f;
         for (int c = 0; c < N; ++c) {
-            const float delayed = line[c][at[c]];
-            state[c] = delayed * damp2 + state[c] * damp1 + AntiDenormal;
-            line[c][at[c]] = in[f] + state[c] * feedback;
-            sum += delayed;
-            if (++at[c] == size[c]) {
+            run = std::min(run, size[c] - at[c]);
+        }
+        float* tap[N];
+        for (int c = 0; c < N; ++c) {
+            tap[c] = line[c] + at[c];
+        }
+        for (size_t i = 0; i < run; ++i) {
+            const float input = in[f + i];
+            float sum = 0.0f;
+            for (int c = 0; c < N; ++c) {
+                const float delayed = tap[c][i];
+                state[c] = delayed * damp2 + state[c] * damp1 + AntiDenormal;
+                tap[c][i] = input + state[c] * feedback;
+                sum += delayed;
+            }
+            out[f + i] += sum;
+        }
+        for (int c = 0; c < N; ++c) {
+            at[c] += run;
+            if (at[c] == size[c]) {
                 at[c] = 0;
             }
         }
-        out[f] += sum;
+        f += run;
     }
     for (int c = 0; c < N; ++c) {
         combs[c].index = at[c];
@@ -114,18 +131,26 @@ void runCombs(Reverb::Comb* combs, float feedback, float damp1, float damp2, con
     }
 }
 
-// One all-pass over a block, in place.
+// One all-pass over a block, in place, in runs up to the delay line's wrap.
 void runAllPass(std::vector<float>& buffer, size_t& index, float* samples, size_t frames) {
     float* line = buffer.data();
     const size_t size = buffer.size();
     size_t at = index;
-    for (size_t f = 0; f < frames; ++f) {
-        const float delayed = line[at];
-        line[at] = samples[f] + delayed * AllPassFeedback;
-        samples[f] = delayed - samples[f];
-        if (++at == size) {
+    size_t f = 0;
+    while (f < frames) {
+        const size_t run = std::min(frames - f, size - at);
+        float* __restrict tap = line + at; // the delay line and the block never overlap
+        float* __restrict x = samples + f;
+        for (size_t i = 0; i < run; ++i) {
+            const float delayed = tap[i];
+            tap[i] = x[i] + delayed * AllPassFeedback;
+            x[i] = delayed - x[i];
+        }
+        at += run;
+        if (at == size) {
             at = 0;
         }
+        f += run;
     }
     index = at;
 }
