@@ -24,61 +24,61 @@ PluginRegistry& SystemCore::plugins() {
 }
 
 Result SystemCore::openOutput(const OutputSpec& requested) {
-    OutputSpec spec = requested;
-    if (spec.kind == OutputKind::Auto) {
-        spec.kind = OutputKind::Sdl;
+    OutputSpec outputSpec = requested;
+    if (outputSpec.kind == OutputKind::Auto) {
+        outputSpec.kind = OutputKind::Sdl;
         const char* env = std::getenv("TAMBERLO_OUTPUT");
-        if (env != nullptr && *env != '\0' && parseOutputSpec(env, &spec) != Result::Ok) {
+        if (env != nullptr && *env != '\0' && parseOutputSpec(env, &outputSpec) != Result::Ok) {
             info_.detail = std::string("unknown TAMBERLO_OUTPUT \"") + env + "\", using sdl";
         }
     }
-    info_.kind = spec.kind;
-    offline_ = spec.kind == OutputKind::Offline;
-    switch (spec.kind) {
+    info_.kind = outputSpec.kind;
+    offline_ = outputSpec.kind == OutputKind::Offline;
+    switch (outputSpec.kind) {
     case OutputKind::Offline:
         return Result::Ok;
     case OutputKind::Sdl: {
         std::string error;
-        if (openSdlOutput(*mixer_, spec.bufferFrames, &output_, &error) == Result::Ok) {
+        if (openSdlOutput(*mixer_, outputSpec.bufferFrames, &output_, &error) == Result::Ok) {
             return Result::Ok;
         }
         // A machine without a sound device still plays, silently, at real-time pace.
         info_.kind = OutputKind::Null;
         info_.fallbackReason = Result::OutputInitFailed;
         info_.detail = "SDL audio device: " + error + "; using the null output";
-        return openPacedOutput(*mixer_, spec.bufferFrames, "", &output_);
+        return openPacedOutput(*mixer_, outputSpec.bufferFrames, "", &output_);
     }
     case OutputKind::Null:
-        return openPacedOutput(*mixer_, spec.bufferFrames, "", &output_);
+        return openPacedOutput(*mixer_, outputSpec.bufferFrames, "", &output_);
     case OutputKind::Wav:
-        return openPacedOutput(*mixer_, spec.bufferFrames, spec.wavPath, &output_);
+        return openPacedOutput(*mixer_, outputSpec.bufferFrames, outputSpec.wavPath, &output_);
     case OutputKind::Auto:
         break;
     }
     return Result::InvalidParameter;
 }
 
-Result SystemCore::init(int maxChannels, const OutputSpec& spec) {
+Result SystemCore::init(int maxChannels, const OutputSpec& outputSpec) {
     if (initialised()) {
         return Result::NotReady;
     }
-    if (maxChannels < 1 || maxChannels > 256 || spec.sampleRate < 8000 ||
-        spec.sampleRate > 192000 || spec.bufferFrames < 64 || spec.bufferFrames > 16384) {
+    if (maxChannels < 1 || maxChannels > 256 || outputSpec.sampleRate < 8000 ||
+        outputSpec.sampleRate > 192000 || outputSpec.bufferFrames < 64 || outputSpec.bufferFrames > 16384) {
         return Result::InvalidParameter;
     }
     std::vector<std::unique_ptr<Voice>> voices(static_cast<size_t>(maxChannels));
     for (auto& voice : voices) {
-        const Result made = Voice::create(spec.sampleRate, Mixer::ChunkFrames, &voice);
+        const Result made = Voice::create(outputSpec.sampleRate, Mixer::ChunkFrames, &voice);
         if (made != Result::Ok) {
             return made;
         }
     }
     info_ = OutputInfo{};
-    info_.sampleRate = spec.sampleRate;
-    info_.bufferFrames = spec.bufferFrames;
+    info_.sampleRate = outputSpec.sampleRate;
+    info_.bufferFrames = outputSpec.bufferFrames;
     pool_ = std::make_shared<ChannelPool>(std::move(voices), false);
-    mixer_ = std::make_unique<Mixer>(spec.sampleRate, pool_->voices());
-    const Result opened = openOutput(spec);
+    mixer_ = std::make_unique<Mixer>(outputSpec.sampleRate, pool_->voices());
+    const Result opened = openOutput(outputSpec);
     if (opened != Result::Ok) {
         pool_.reset();
         mixer_.reset();

@@ -20,7 +20,7 @@ public:
     SystemCore();
     ~SystemCore();
 
-    Result init(int maxChannels, const OutputSpec& spec);
+    Result init(int maxChannels, const OutputSpec& outputSpec);
     Result close();
     bool initialised() const { return mixer_ != nullptr; }
     bool offline() const { return offline_; }
@@ -39,7 +39,7 @@ public:
     ChannelGroup& master() { return master_; }
 
 private:
-    Result openOutput(const OutputSpec& spec);
+    Result openOutput(const OutputSpec& outputSpec);
 
     std::unique_ptr<PluginRegistry> plugins_;
     OutputInfo info_;

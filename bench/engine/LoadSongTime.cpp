@@ -22,9 +22,9 @@ int main() {
                 static_cast<uintmax_t>(std::filesystem::file_size(mp3)));
 
     SoundEngine engine;
-    audio::OutputSpec spec;
-    spec.kind = audio::OutputKind::Offline;
-    engine.init(spec);
+    audio::OutputSpec outputSpec;
+    outputSpec.kind = audio::OutputKind::Offline;
+    engine.init(outputSpec);
 
     struct Mode {
         const char* name;

@@ -59,9 +59,9 @@ bool CapturedLog::contains(const std::string& text) const {
 
 std::unique_ptr<SoundEngine> offlineEngine() {
     auto engine = std::make_unique<SoundEngine>();
-    audio::OutputSpec spec;
-    spec.kind = audio::OutputKind::Offline;
-    engine->init(spec);
+    audio::OutputSpec outputSpec;
+    outputSpec.kind = audio::OutputKind::Offline;
+    engine->init(outputSpec);
     return engine;
 }
 

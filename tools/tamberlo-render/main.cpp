@@ -92,10 +92,10 @@ int main(int argc, char** argv) {
         theLogFile = log.get();
     }
     SoundEngine engine;
-    audio::OutputSpec spec;
-    spec.kind = audio::OutputKind::Offline;
-    spec.sampleRate = options.rate;
-    engine.init(spec);
+    audio::OutputSpec outputSpec;
+    outputSpec.kind = audio::OutputKind::Offline;
+    outputSpec.sampleRate = options.rate;
+    engine.init(outputSpec);
     if (engine.getLastResult() != audio::Result::Ok && engine.getSystem() == nullptr) {
         std::fprintf(stderr, "tamberlo-render: the sound library did not start\n");
         return 1;

@@ -36,9 +36,9 @@ inline std::string shellQuote(const std::string& text) {
 inline audio::System* makeFullPathSystem(audio::OutputKind kind, int channels = 4) {
     audio::System* system = nullptr;
     audio::System::create(&system);
-    audio::OutputSpec spec;
-    spec.kind = kind;
-    if (system->init(channels, spec) != audio::Result::Ok) {
+    audio::OutputSpec outputSpec;
+    outputSpec.kind = kind;
+    if (system->init(channels, outputSpec) != audio::Result::Ok) {
         std::fprintf(stderr, "the sound library did not start\n");
         std::exit(1);
     }

@@ -39,9 +39,9 @@ int main(int argc, char** argv) {
     }
     audio::System* system = nullptr;
     audio::System::create(&system);
-    audio::OutputSpec spec;
-    spec.kind = audio::OutputKind::Offline;
-    system->init(4, spec);
+    audio::OutputSpec outputSpec;
+    outputSpec.kind = audio::OutputKind::Offline;
+    system->init(4, outputSpec);
     int failures = 0;
     for (int i = 1; i < argc; ++i) {
         double ours = 1e9;

@@ -21,9 +21,9 @@ int main(int argc, char** argv) {
     // The same without effect units, to show what the units cost.
     audio::System* plain = nullptr;
     audio::System::create(&plain);
-    audio::OutputSpec spec;
-    spec.kind = audio::OutputKind::Offline;
-    plain->init(4, spec);
+    audio::OutputSpec outputSpec;
+    outputSpec.kind = audio::OutputKind::Offline;
+    plain->init(4, outputSpec);
     int failures = 0;
     for (int i = first; i < argc; ++i) {
         const std::string path = argv[i];

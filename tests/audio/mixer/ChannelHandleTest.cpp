@@ -114,9 +114,9 @@ TEST(ChannelHandle, AReusedSlotDoesNotRespondToTheOldHandle) {
 TEST(ChannelHandle, HandlesOutliveTheSystem) {
     System* system = nullptr;
     ASSERT_EQ(System::create(&system), Result::Ok);
-    OutputSpec spec;
-    spec.kind = OutputKind::Offline;
-    ASSERT_EQ(system->init(2, spec), Result::Ok);
+    OutputSpec outputSpec;
+    outputSpec.kind = OutputKind::Offline;
+    ASSERT_EQ(system->init(2, outputSpec), Result::Ok);
     Sound* sound = nullptr;
     ASSERT_EQ(
         createSoundFromDecoder(system, makeSignal(44100, 44100, constant), Mode::Stream, &sound),

@@ -13,10 +13,10 @@ class OfflineSystem {
 public:
     explicit OfflineSystem(int channels = 8, int rate = 44100) {
         EXPECT_EQ(System::create(&system_), Result::Ok);
-        OutputSpec spec;
-        spec.kind = OutputKind::Offline;
-        spec.sampleRate = rate;
-        EXPECT_EQ(system_->init(channels, spec), Result::Ok);
+        OutputSpec outputSpec;
+        outputSpec.kind = OutputKind::Offline;
+        outputSpec.sampleRate = rate;
+        EXPECT_EQ(system_->init(channels, outputSpec), Result::Ok);
     }
     ~OfflineSystem() { system_->release(); }
     OfflineSystem(const OfflineSystem&) = delete;

@@ -34,10 +34,10 @@ TEST(Output, ParsesOutputTexts) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
-        OutputSpec spec;
-        EXPECT_EQ(parseOutputSpec(c.text, &spec), c.result);
-        EXPECT_EQ(spec.kind, c.kind);
-        EXPECT_EQ(spec.wavPath, c.path);
+        OutputSpec outputSpec;
+        EXPECT_EQ(parseOutputSpec(c.text, &outputSpec), c.result);
+        EXPECT_EQ(outputSpec.kind, c.kind);
+        EXPECT_EQ(outputSpec.wavPath, c.path);
     }
 }
 
@@ -46,11 +46,11 @@ struct RealTimeRun {
     OutputInfo info;
     unsigned positionMs = 0;
 };
-RealTimeRun runRealTime(const OutputSpec& spec, std::chrono::milliseconds playFor) {
+RealTimeRun runRealTime(const OutputSpec& outputSpec, std::chrono::milliseconds playFor) {
     RealTimeRun run;
     System* system = nullptr;
     EXPECT_EQ(System::create(&system), Result::Ok);
-    EXPECT_EQ(system->init(4, spec), Result::Ok);
+    EXPECT_EQ(system->init(4, outputSpec), Result::Ok);
     EXPECT_EQ(system->getOutputInfo(&run.info), Result::Ok);
     Sound* sound = nullptr;
     EXPECT_EQ(createSoundFromDecoder(system,
@@ -71,9 +71,9 @@ RealTimeRun runRealTime(const OutputSpec& spec, std::chrono::milliseconds playFo
 }
 
 TEST(Output, NullOutputPlaysAtRealTimePace) {
-    OutputSpec spec;
-    spec.kind = OutputKind::Null;
-    const RealTimeRun run = runRealTime(spec, 300ms);
+    OutputSpec outputSpec;
+    outputSpec.kind = OutputKind::Null;
+    const RealTimeRun run = runRealTime(outputSpec, 300ms);
     EXPECT_EQ(run.info.kind, OutputKind::Null);
     EXPECT_EQ(run.info.fallbackReason, Result::Ok);
     EXPECT_GT(run.positionMs, 150u);
@@ -83,10 +83,10 @@ TEST(Output, NullOutputPlaysAtRealTimePace) {
 TEST(Output, RealTimeChannelsSeekStopAndAreReused) {
     System* system = nullptr;
     ASSERT_EQ(System::create(&system), Result::Ok);
-    OutputSpec spec;
-    spec.kind = OutputKind::Null;
-    spec.bufferFrames = 256;
-    ASSERT_EQ(system->init(2, spec), Result::Ok);
+    OutputSpec outputSpec;
+    outputSpec.kind = OutputKind::Null;
+    outputSpec.bufferFrames = 256;
+    ASSERT_EQ(system->init(2, outputSpec), Result::Ok);
     Sound* sound = nullptr;
     ASSERT_EQ(
         createSoundFromDecoder(system, makeSignal(44100, 10 * 44100, ramp), Mode::Stream, &sound),
@@ -130,10 +130,10 @@ public:
 TEST(Output, UnderrunsPlaySilenceAndAreCounted) {
     System* system = nullptr;
     ASSERT_EQ(System::create(&system), Result::Ok);
-    OutputSpec spec;
-    spec.kind = OutputKind::Null;
-    spec.bufferFrames = 256;
-    ASSERT_EQ(system->init(2, spec), Result::Ok);
+    OutputSpec outputSpec;
+    outputSpec.kind = OutputKind::Null;
+    outputSpec.bufferFrames = 256;
+    ASSERT_EQ(system->init(2, outputSpec), Result::Ok);
     Sound* sound = nullptr;
     ASSERT_EQ(
         createSoundFromDecoder(system, std::make_unique<StallingDecoder>(), Mode::Stream, &sound),
@@ -152,9 +152,9 @@ TEST(Output, UnderrunsPlaySilenceAndAreCounted) {
 
 TEST(Output, WavOutputWritesWhatItPlays) {
     const std::string path = ::testing::TempDir() + "tamberlo-output-test.wav";
-    OutputSpec spec;
-    ASSERT_EQ(parseOutputSpec("wav:" + path, &spec), Result::Ok);
-    runRealTime(spec, 200ms);
+    OutputSpec outputSpec;
+    ASSERT_EQ(parseOutputSpec("wav:" + path, &outputSpec), Result::Ok);
+    runRealTime(outputSpec, 200ms);
     std::ifstream file(path, std::ios::binary);
     std::vector<char> bytes((std::istreambuf_iterator<char>(file)),
                             std::istreambuf_iterator<char>());
@@ -179,26 +179,26 @@ TEST(Output, WavOutputWritesWhatItPlays) {
 TEST(Output, WavOutputThatCannotBeWrittenFails) {
     System* system = nullptr;
     ASSERT_EQ(System::create(&system), Result::Ok);
-    OutputSpec spec;
-    spec.kind = OutputKind::Wav;
-    spec.wavPath = "/nonexistent-dir/out.wav";
-    EXPECT_EQ(system->init(2, spec), Result::OutputInitFailed);
+    OutputSpec outputSpec;
+    outputSpec.kind = OutputKind::Wav;
+    outputSpec.wavPath = "/nonexistent-dir/out.wav";
+    EXPECT_EQ(system->init(2, outputSpec), Result::OutputInitFailed);
     system->release();
 }
 
 TEST(Output, SdlFallsBackToNullWithoutADevice) {
     // A driver name SDL does not know stands for a machine with no sound server.
     setenv("SDL_AUDIODRIVER", "no-such-driver", 1);
-    OutputSpec spec;
-    spec.kind = OutputKind::Sdl;
-    const RealTimeRun fallback = runRealTime(spec, 200ms);
+    OutputSpec outputSpec;
+    outputSpec.kind = OutputKind::Sdl;
+    const RealTimeRun fallback = runRealTime(outputSpec, 200ms);
     EXPECT_EQ(fallback.info.kind, OutputKind::Null);
     EXPECT_EQ(fallback.info.fallbackReason, Result::OutputInitFailed);
     EXPECT_FALSE(fallback.info.detail.empty());
     EXPECT_GT(fallback.positionMs, 50u);
 
     setenv("SDL_AUDIODRIVER", "dummy", 1);
-    const RealTimeRun dummy = runRealTime(spec, 300ms);
+    const RealTimeRun dummy = runRealTime(outputSpec, 300ms);
     EXPECT_EQ(dummy.info.kind, OutputKind::Sdl);
     EXPECT_EQ(dummy.info.fallbackReason, Result::Ok);
     EXPECT_GT(dummy.positionMs, 50u);

@@ -27,9 +27,9 @@ class Offline {
 public:
     Offline() {
         System::create(&system_);
-        OutputSpec spec;
-        spec.kind = OutputKind::Offline;
-        EXPECT_EQ(system_->init(4, spec), Result::Ok);
+        OutputSpec outputSpec;
+        outputSpec.kind = OutputKind::Offline;
+        EXPECT_EQ(system_->init(4, outputSpec), Result::Ok);
     }
     ~Offline() { system_->release(); }
     System* operator->() { return system_; }
