@@ -74,7 +74,8 @@ struct OutputSpec {
 };
 
 // Parses "sdl", "null", "offline" or "wav:PATH" (the text of --output or TAMBERLO_OUTPUT) into
-// outputSpec->kind and outputSpec->wavPath, leaving the other fields. Returns Ok or InvalidParameter.
+// outputSpec->kind and outputSpec->wavPath, leaving the other fields. Returns Ok or
+// InvalidParameter.
 Result parseOutputSpec(const std::string& text, OutputSpec* outputSpec);
 
 // What init actually opened: `fallbackReason` is Ok unless the requested device could not be

@@ -63,7 +63,8 @@ Result SystemCore::init(int maxChannels, const OutputSpec& outputSpec) {
         return Result::NotReady;
     }
     if (maxChannels < 1 || maxChannels > 256 || outputSpec.sampleRate < 8000 ||
-        outputSpec.sampleRate > 192000 || outputSpec.bufferFrames < 64 || outputSpec.bufferFrames > 16384) {
+        outputSpec.sampleRate > 192000 || outputSpec.bufferFrames < 64 ||
+        outputSpec.bufferFrames > 16384) {
         return Result::InvalidParameter;
     }
     std::vector<std::unique_ptr<Voice>> voices(static_cast<size_t>(maxChannels));
