@@ -229,13 +229,20 @@ bool PlayList::eventFilter(QObject* watched, QEvent* event) {
     return player_->eventFilter(watched, event);
 }
 
-bool PlayList::moveByTopBar(QEvent* event) {
+// A press on the bar or the grip is remembered and consumed; a move is for the caller to handle;
+// anything else passes on.
+PlayList::DragStep PlayList::dragStep(QEvent* event) {
     if (isPressEvent(event)) {
         pressPosition_ = static_cast<QMouseEvent*>(event)->position().toPoint();
-        return true;
+        return DragStep::Pressed;
     }
-    if (event->type() != QEvent::MouseMove) {
-        return false;
+    return event->type() == QEvent::MouseMove ? DragStep::Moved : DragStep::Other;
+}
+
+bool PlayList::moveByTopBar(QEvent* event) {
+    const DragStep step = dragStep(event);
+    if (step != DragStep::Moved) {
+        return step == DragStep::Pressed;
     }
     // The bar sits 4 pixels in and 1 down inside the window.
     const QPoint global = static_cast<QMouseEvent*>(event)->globalPosition().toPoint();
@@ -249,12 +256,9 @@ bool PlayList::moveByTopBar(QEvent* event) {
 }
 
 bool PlayList::resizeByGrip(QEvent* event) {
-    if (isPressEvent(event)) {
-        pressPosition_ = static_cast<QMouseEvent*>(event)->position().toPoint();
-        return true;
-    }
-    if (event->type() != QEvent::MouseMove) {
-        return false;
+    const DragStep step = dragStep(event);
+    if (step != DragStep::Moved) {
+        return step == DragStep::Pressed;
     }
     // Keep the grip under the pointer: the pointer's point inside the grip stays the same.
     const QPoint global = static_cast<QMouseEvent*>(event)->globalPosition().toPoint();

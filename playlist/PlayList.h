@@ -77,6 +77,8 @@ private:
     void onCleared();
     void onEntryChanged(int row);
     void applyRowLook(int row);
+    enum class DragStep { Pressed, Moved, Other };
+    DragStep dragStep(QEvent* event);
     bool moveByTopBar(QEvent* event);
     bool resizeByGrip(QEvent* event);
 
