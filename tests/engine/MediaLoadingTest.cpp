@@ -1,9 +1,12 @@
 // Loading real media: gzip-compressed songs play from memory and leave nothing on disk, and a
 // file that only the module ripper can make playable plays the converted module.
 #include "EngineTestSupport.h"
-#include "LocalStreamServer.h"
+#include "IcecastServer.h"
+
 #include "ModulePacker.h"
 #include "PlaybackSequencer.h"
+#include <chrono>
+#include <thread>
 
 #include <cstdlib>
 #include <filesystem>
@@ -88,8 +91,9 @@ TEST(MediaLoading, RefusedFileWithAPackedModulePlaysTheRippedModule) {
 }
 
 TEST(MediaLoading, LiveStreamHasNoEndAndTheUnknownLengthLimitActsFromItsSecondPlay) {
-    LocalStreamServer server(readBytes(media("music.mp3")), "audio/mpeg");
-    ASSERT_FALSE(server.url().empty());
+    tamberlo::test::IcecastServer server;
+    ASSERT_TRUE(server.started()) << "icecast did not start";
+    server.feed(media("music.mp3"), "mp3", "audio/mpeg", "radio.mp3");
     ScratchDir dir("stream");
     CapturedLog log(dir.file("log.html"));
     auto engine = offlineEngine();
@@ -101,8 +105,15 @@ TEST(MediaLoading, LiveStreamHasNoEndAndTheUnknownLengthLimitActsFromItsSecondPl
     sequencer.setOptions(options);
 
     SequencedEntry radio;
-    radio.path = server.url();
-    const PlaybackSequencer::StartResult first = sequencer.start(radio);
+    radio.path = server.url("radio.mp3");
+    // The mount exists once the source has connected: try for a while, as a listener would.
+    PlaybackSequencer::StartResult first;
+    for (int attempt = 0; attempt < 60 && !first.loaded; ++attempt) {
+        first = sequencer.start(radio);
+        if (!first.loaded) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(250));
+        }
+    }
     ASSERT_TRUE(first.loaded);
     EXPECT_FALSE(first.seekable);
     EXPECT_TRUE(log.contains("Sound is of unlimited length, skipping get real sound end"));

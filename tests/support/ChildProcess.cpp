@@ -10,7 +10,7 @@
 #include <thread>
 #include <unistd.h>
 
-namespace audio::test {
+namespace tamberlo::test {
 
 ChildProcess::ChildProcess(const std::vector<std::string>& argv, const std::string& logPath) {
     std::vector<char*> args;
@@ -82,4 +82,4 @@ bool waitForPort(int port, int timeoutMs) {
     return false;
 }
 
-} // namespace audio::test
+} // namespace tamberlo::test

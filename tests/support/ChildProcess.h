@@ -8,7 +8,7 @@
 #include <sys/types.h>
 #include <vector>
 
-namespace audio::test {
+namespace tamberlo::test {
 
 class ChildProcess {
 public:
@@ -31,4 +31,4 @@ int freeLocalPort();
 // True once something accepts TCP connections on 127.0.0.1:port, polling up to `timeoutMs`.
 bool waitForPort(int port, int timeoutMs);
 
-} // namespace audio::test
+} // namespace tamberlo::test
