@@ -4,6 +4,8 @@
 #include "PlayerTestSupport.h"
 #include "ui_MP3Database.h"
 
+#include <QFontDatabase>
+#include <QFontInfo>
 #include <QImage>
 #include <QPushButton>
 
@@ -83,6 +85,46 @@ TEST(PlayerSkin, ButtonSheetsNameTheirPressedPictureFromTheApplicationFolder) {
                                 resources + b.pressed + "\");border: none;}";
         EXPECT_TRUE(sheet.startsWith(normal)) << qPrintable(sheet);
         EXPECT_TRUE(sheet.contains(pressed)) << qPrintable(sheet);
+    }
+}
+
+} // namespace
+
+namespace {
+
+// The family a font file in the application folder's Resources/ really carries.
+QString familyInFile(const QString& appDir, const char* file) {
+    const int id = QFontDatabase::addApplicationFont(skin::resourcePath(appDir, file));
+    const QStringList families = QFontDatabase::applicationFontFamilies(id);
+    return families.isEmpty() ? QString() : families.first();
+}
+
+TEST(PlayerSkin, LabelsGetTheShippedFontsWithoutAntialiasing) {
+    PlayerSession session;
+    Ui::MP3DatabaseClass& form = session.player().form();
+    const QString appDir = qEnvironmentVariable("TAMBERLO_APP_DIR");
+    skin::applyPlayerFonts(form, appDir);
+
+    const QString lcd = familyInFile(appDir, skin::LcdFontFile);
+    const QString pixel = familyInFile(appDir, skin::PixelFontFile);
+    ASSERT_FALSE(lcd.isEmpty());
+    ASSERT_FALSE(pixel.isEmpty());
+    const struct {
+        QWidget* widget;
+        QString family;
+        int points;
+    } cases[] = {
+        {form.labelCurrentTime, lcd, 28}, {form.labelInfo, pixel, 7},
+        {form.buttonNormalize, pixel, 7}, {form.buttonReverb, pixel, 7},
+        {form.labelBalance, pixel, 7},    {form.labelPitch, pixel, 7},
+        {form.labelVolume, pixel, 7},
+    };
+    for (const auto& c : cases) {
+        // QFontInfo tells the font actually used, after the database's fallbacks.
+        const QFontInfo used(c.widget->font());
+        EXPECT_EQ(used.family(), c.family) << qPrintable(c.widget->objectName());
+        EXPECT_EQ(used.pointSize(), c.points) << qPrintable(c.widget->objectName());
+        EXPECT_EQ(c.widget->font().styleStrategy() & QFont::NoAntialias, QFont::NoAntialias);
     }
 }
 
