@@ -129,3 +129,24 @@ TEST(PlayerSkin, LabelsGetTheShippedFontsWithoutAntialiasing) {
 }
 
 } // namespace
+
+namespace {
+
+// On a high-density screen the top bar's picture comes from its @2x twin, so it stays sharp.
+TEST(PlayerSkin, PicturesForDenseScreensComeFromTheirTwins) {
+    const QString appDir = qEnvironmentVariable("TAMBERLO_APP_DIR");
+    const QSize logical = QImage(skin::resourcePath(appDir, "top.png")).size();
+    ASSERT_FALSE(logical.isEmpty());
+    const struct {
+        qreal screenRatio;
+        qreal pixmapRatio;
+    } cases[] = {{1.0, 1.0}, {1.5, 2.0}, {2.0, 2.0}, {3.0, 2.0}};
+    for (const auto& c : cases) {
+        const QPixmap picture = skin::skinPixmap(appDir, "top.png", c.screenRatio);
+        EXPECT_EQ(picture.devicePixelRatio(), c.pixmapRatio) << c.screenRatio;
+        EXPECT_EQ(picture.deviceIndependentSize().toSize(), logical) << c.screenRatio;
+    }
+    EXPECT_TRUE(skin::skinPixmap(appDir, "no-such-picture.png", 2.0).isNull());
+}
+
+} // namespace
