@@ -11,6 +11,7 @@
 #include "settingsDlg.h"
 #include "ui_MP3Database.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDir>
@@ -75,7 +76,7 @@ MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlag
     levelMeter_ = std::make_unique<LevelMeter>(ui->labelVUMeter, engine_.get());
     sequencer_ = std::make_unique<PlaybackSequencer>(*engine_);
 
-    ui->labelTopBar->setPixmap(QPixmap(skin::resourcePath(appDir, "top.png")));
+    ui->labelTopBar->setPixmap(skin::skinPixmap(appDir, "top.png", qApp->devicePixelRatio()));
     skin::applyPlayerStyleSheets(*ui, appDir);
     skin::applyPlayerFonts(*ui, appDir);
     skin::applyPlayerTextColours(*ui);

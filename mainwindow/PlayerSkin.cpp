@@ -77,6 +77,17 @@ QString resourcePath(const QString& appDir, const QString& name) {
     return appDir + QDir::separator() + "Resources" + QDir::separator() + name;
 }
 
+QPixmap skinPixmap(const QString& appDir, const QString& name, qreal devicePixelRatio) {
+    if (devicePixelRatio > 1.0 && name.endsWith(".png")) {
+        QPixmap twin(resourcePath(appDir, name.chopped(4) + "@2x.png"));
+        if (!twin.isNull()) {
+            twin.setDevicePixelRatio(2.0);
+            return twin;
+        }
+    }
+    return QPixmap(resourcePath(appDir, name));
+}
+
 void applyPlayerFonts(Ui::MP3DatabaseClass& ui, const QString& appDir) {
     QFontDatabase::addApplicationFont(resourcePath(appDir, LcdFontFile));
     QFontDatabase::addApplicationFont(resourcePath(appDir, PixelFontFile));

@@ -5,6 +5,7 @@
 //
 // Threading: GUI thread only.
 
+#include <QPixmap>
 #include <QString>
 
 namespace Ui {
@@ -24,6 +25,12 @@ inline constexpr int PixelFontPoints = 7;
 
 // "APPDIR/Resources/NAME".
 QString resourcePath(const QString& appDir, const QString& name);
+
+// The picture `name` (e.g. "top.png") from Resources/ for a screen of `devicePixelRatio`: above
+// 1 its "@2x" twin, marked with ratio 2 so it keeps its logical size and stays sharp; else, or
+// when there is no twin, the plain picture. A missing picture gives a null pixmap. (Style sheet
+// images pick their twins by themselves; a label's pixmap does not.)
+QPixmap skinPixmap(const QString& appDir, const QString& name, qreal devicePixelRatio);
 
 // Registers both fonts and gives them to the time display and the small labels.
 void applyPlayerFonts(Ui::MP3DatabaseClass& ui, const QString& appDir);
