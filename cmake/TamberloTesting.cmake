@@ -1,12 +1,13 @@
 # Helpers for the test tree.
 #
-# tamberlo_add_gtest(NAME LABEL label SOURCES ... LIBS ... [MEDIA] [QT])
+# tamberlo_add_gtest(NAME LABEL label SOURCES ... LIBS ... [MEDIA] [QT] [LOCK name])
 #   Builds a GoogleTest executable and registers each of its tests with CTest under LABEL
 #   ("unit" tests run in the sanitizer build too). MEDIA makes the tests wait for the test-media
 #   fixture; every test binary finds it in TAMBERLO_TEST_MEDIA. QT runs the tests inside a
-#   QApplication (offscreen), for widget tests.
+#   QApplication (offscreen), for widget tests. LOCK names a CTest resource lock so that tests
+#   sharing a file (such as settings.ini beside the binary) never run at the same time.
 function(tamberlo_add_gtest name)
-    cmake_parse_arguments(T "MEDIA;QT" "LABEL" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(T "MEDIA;QT" "LABEL;LOCK" "SOURCES;LIBS" ${ARGN})
     set(support ${PROJECT_SOURCE_DIR}/tests/support/TestEnvironment.cpp)
     if(T_QT)
         add_executable(${name} ${T_SOURCES} ${support}
@@ -27,6 +28,9 @@ function(tamberlo_add_gtest name)
     set(props LABELS ${T_LABEL})
     if(T_MEDIA)
         list(APPEND props FIXTURES_REQUIRED test_media)
+    endif()
+    if(T_LOCK)
+        list(APPEND props RESOURCE_LOCK ${T_LOCK})
     endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
         WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/tests
