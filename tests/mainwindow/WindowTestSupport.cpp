@@ -39,7 +39,7 @@ QTableWidgetItem* rowItem(MP3Database& player, int row) {
 
 bool rowIsMarked(MP3Database& player, int row) {
     const QTableWidgetItem* item = rowItem(player, row);
-    return item && item->font().bold();
+    return item && item->font().bold() && item->foreground().color() == QColor(25, 130, 115);
 }
 
 void WindowTest::SetUp() {
