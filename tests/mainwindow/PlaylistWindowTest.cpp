@@ -4,11 +4,16 @@
 #include "WindowTestSupport.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QItemSelectionModel>
 #include <QLabel>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QTableWidget>
 #include <QTest>
+#include <QUrl>
 
 namespace windowtest {
 namespace {
@@ -76,6 +81,37 @@ TEST_F(PlaylistWindow, DeleteKeepsTheCurrentSongAndOtherKeysDoNothing) {
 
     QTest::keyClick(&window.playList(), Qt::Key_Escape);
     EXPECT_TRUE(window.playList().isVisible()) << "Escape does not close the playlist";
+}
+
+TEST_F(PlaylistWindow, DropsAppendFilesAndFolderContentsAndRefusePlainText) {
+    MP3Database& window = playerWithTenEntries();
+    QDir(tempFolder()).mkdir("album");
+    writeTone("album/b.wav", 100);
+    writeTone("album/a.wav", 100);
+    const QString single = writeTone("single.wav", 100);
+
+    QMimeData uris;
+    uris.setUrls({QUrl::fromLocalFile(tempFolder() + "/album"), QUrl::fromLocalFile(single)});
+    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &uris, Qt::LeftButton, {});
+    enter.setAccepted(false);
+    QApplication::sendEvent(&window.playList(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &uris, Qt::LeftButton, {});
+    QApplication::sendEvent(&window.playList(), &drop);
+
+    const PlaylistModel& model = window.playList().model();
+    ASSERT_EQ(model.count(), 13) << "appended after the ten entries";
+    EXPECT_EQ(model.entry(10).title, "a.wav") << "folder contents in name order";
+    EXPECT_EQ(model.entry(11).title, "b.wav");
+    EXPECT_EQ(model.entry(12).title, "single.wav");
+    EXPECT_EQ(table(window)->rowCount(), 13);
+    EXPECT_EQ(table(window)->item(12, 0)->text(), "single.wav");
+
+    QMimeData text;
+    text.setText(single);
+    QDragEnterEvent refused(QPoint(5, 5), Qt::CopyAction, &text, Qt::LeftButton, {});
+    QApplication::sendEvent(&window.playList(), &refused);
+    EXPECT_FALSE(refused.isAccepted());
 }
 
 // Moves the playlist by a press and a move on its top bar so that, unsnapped, its top-left
