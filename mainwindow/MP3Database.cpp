@@ -83,6 +83,9 @@ MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlag
     playList_->applySkin(appDir);
     installContextMenu();
     loadSettings();
+    // The stored entry index applies only to the restored last playlist; files from the command
+    // line start at their first entry.
+    const int storedSound = currentSound;
 
     // Nothing plays yet.
     currentSound = -1;
@@ -112,6 +115,7 @@ MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlag
         playList_->addPaths(paths);
         on_buttonPlay_clicked();
     } else {
+        currentSound = storedSound;
         restoreLastPlaylist();
     }
     progressTimer_.start(20);

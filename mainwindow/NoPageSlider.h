@@ -27,7 +27,7 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
 
-    void initStyleOption(QStyleOptionSlider* option) const;
+    void initStyleOption(QStyleOptionSlider* option) const override;
     // Slider value under the pixel coordinate (x when horizontal, y when vertical), using the
     // style's groove and handle rectangles so the handle's centre lands under the pointer.
     int pixelPosToRangeValue(int pos) const;

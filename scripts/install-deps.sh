@@ -14,6 +14,8 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     clang libclang-rt-14-dev
     xvfb xauth icecast2
+    # the end-to-end test measures the captured sound
+    python3
     # test media: real music and real encoders
     tecnoballz-data pingus-data sound-theme-freedesktop
     lame flac ffmpeg sox gzip zip unzip

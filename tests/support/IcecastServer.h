@@ -31,6 +31,9 @@ public:
     void feed(const std::string& file, const std::string& format, const std::string& contentType,
               const std::string& mount);
     void stopFeeding() { source_.reset(); }
+    // True once a listener's request for `mount` is answered with 200 (the source is on air),
+    // polling up to `timeoutMs`.
+    bool waitForMount(const std::string& mount, int timeoutMs) const;
     // Ends the server abruptly (SIGKILL), as a crashed or unplugged radio.
     void kill();
 

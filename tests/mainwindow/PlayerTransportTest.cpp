@@ -1,0 +1,218 @@
+// The player window's transport driven through its slots and the offline output: play, pause,
+// stop, next and previous, the end of the list, seeking, and failed songs.
+#include "PlayList.h"
+#include "TimeText.h"
+#include "WindowTestSupport.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFile>
+#include <QMimeData>
+#include <QSlider>
+#include <QTableWidgetItem>
+#include <QUrl>
+
+namespace windowtest {
+namespace {
+
+class PlayerTransport : public WindowTest {
+protected:
+    // A player holding `count` one-second tones (t0.wav, t1.wav, ...), stopped.
+    MP3Database& playerWithTones(int count, unsigned ms = 1000) {
+        QStringList paths;
+        for (int i = 0; i < count; ++i) {
+            paths << writeTone(QString("t%1.wav").arg(i), ms, 300.0 + 100.0 * i);
+        }
+        MP3Database& window = openPlayer();
+        window.playList().addPaths(paths);
+        return window;
+    }
+    QSlider* progress() { return formWidget<QSlider>(player(), "sliderProgress"); }
+    int markedRows() {
+        int marked = 0;
+        for (int row = 0; row < player().playList().model().count(); ++row) {
+            marked += rowIsMarked(player(), row) ? 1 : 0;
+        }
+        return marked;
+    }
+};
+
+TEST_F(PlayerTransport, PlayPauseResumeAndStop) {
+    MP3Database& window = playerWithTones(3);
+    ASSERT_TRUE(window.isNoSound());
+
+    window.on_buttonPlay_clicked();
+    EXPECT_EQ(window.currentSound, 0);
+    EXPECT_FALSE(window.isNoSound());
+    EXPECT_TRUE(progress()->isEnabled());
+    EXPECT_EQ(progress()->maximum(), 1000);
+    EXPECT_TRUE(rowIsMarked(window, 0));
+    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("t0.wav (00:01)"));
+
+    play(500);
+    const int playedTo = progress()->value();
+    EXPECT_NEAR(playedTo, 500, 40);
+
+    window.on_buttonPause_clicked();
+    EXPECT_TRUE(window.isPaused());
+    EXPECT_TRUE(formWidget<QAbstractButton>(window, "buttonPause")->isChecked());
+    play(300);
+    EXPECT_EQ(progress()->value(), playedTo) << "a paused song does not move";
+
+    window.on_buttonPlay_clicked(); // play while paused resumes where it was
+    EXPECT_FALSE(window.isPaused());
+    EXPECT_FALSE(formWidget<QAbstractButton>(window, "buttonPause")->isChecked());
+    play(200);
+    EXPECT_GT(progress()->value(), playedTo);
+    EXPECT_EQ(window.currentSound, 0);
+
+    window.on_buttonStop_clicked();
+    EXPECT_TRUE(window.isNoSound());
+    EXPECT_EQ(labelText(window, "labelCurrentTime"), "00:00");
+    EXPECT_EQ(progress()->value(), 0);
+    EXPECT_FALSE(progress()->isEnabled());
+    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("t0.wav")) << "the list is not empty";
+    play(200);
+    EXPECT_EQ(progress()->value(), 0) << "the tick idles after stop";
+}
+
+TEST_F(PlayerTransport, StopWithAnEmptyListForgetsTheSong) {
+    MP3Database& window = openPlayer();
+    window.on_buttonPlay_clicked(); // an empty list: play stops
+    EXPECT_TRUE(window.isNoSound());
+    EXPECT_EQ(labelText(window, "labelTitle"), "No sound loaded");
+    EXPECT_EQ(labelText(window, "labelInfo"), "No sound loaded");
+}
+
+TEST_F(PlayerTransport, NextAndPreviousStopAtBothEnds) {
+    MP3Database& window = playerWithTones(3);
+    window.on_buttonPlay_clicked();
+
+    window.on_buttonPrev_clicked();
+    EXPECT_EQ(window.currentSound, 0) << "previous at the first entry does nothing";
+
+    window.on_buttonNext_clicked();
+    window.on_buttonNext_clicked();
+    EXPECT_EQ(window.currentSound, 2);
+    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("t2.wav"));
+    window.on_buttonNext_clicked();
+    EXPECT_EQ(window.currentSound, 2) << "next at the last entry does nothing, no wrap";
+    EXPECT_TRUE(rowIsMarked(window, 2));
+    EXPECT_EQ(markedRows(), 1);
+
+    window.on_buttonPrev_clicked();
+    EXPECT_EQ(window.currentSound, 1);
+    EXPECT_TRUE(rowIsMarked(window, 1));
+    EXPECT_EQ(markedRows(), 1);
+    EXPECT_FALSE(window.isNoSound());
+}
+
+TEST_F(PlayerTransport, NextWhileStoppedOnlyMovesTheMark) {
+    MP3Database& window = playerWithTones(3);
+    window.on_buttonPlay_clicked();
+    window.on_buttonStop_clicked();
+    window.on_buttonNext_clicked();
+    EXPECT_EQ(window.currentSound, 1);
+    EXPECT_TRUE(window.isNoSound());
+    EXPECT_TRUE(rowIsMarked(window, 1));
+    EXPECT_EQ(markedRows(), 1);
+
+    window.on_buttonPlay_clicked(); // play starts the marked entry
+    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("t1.wav"));
+}
+
+TEST_F(PlayerTransport, SongsFollowEachOtherAndTheLastOneStops) {
+    MP3Database& window = playerWithTones(2, 300);
+    window.on_buttonPlay_clicked();
+    play(400);
+    EXPECT_EQ(window.currentSound, 1) << "the end of the first song starts the second";
+    EXPECT_FALSE(window.isNoSound());
+    play(400);
+    EXPECT_TRUE(window.isNoSound()) << "the end of the last song stops";
+    EXPECT_EQ(window.currentSound, 1) << "and never wraps to the first";
+    EXPECT_FALSE(progress()->isEnabled());
+}
+
+TEST_F(PlayerTransport, ReleasingTheSliderAtItsMaximumSeeksJustBeforeTheEnd) {
+    // At 48 kHz every millisecond is a whole number of frames, so positions read back exactly.
+    const QString tone = writeTone("tone48.wav", 1000, 440.0, 48000);
+    MP3Database& window = openPlayer();
+    window.playList().addPaths({tone, tone});
+    window.on_buttonPlay_clicked();
+    play(100);
+    progress()->setValue(progress()->maximum());
+    window.on_sliderProgress_sliderReleased();
+    window.timerProgress(); // reads the new position without mixing
+    EXPECT_EQ(progress()->value(), progress()->maximum() - 1);
+    EXPECT_EQ(window.currentSound, 0) << "a seek to the very end would have ended the song";
+    EXPECT_FALSE(window.isNoSound());
+
+    progress()->setValue(250);
+    window.on_sliderProgress_sliderReleased();
+    window.timerProgress();
+    EXPECT_EQ(progress()->value(), 250);
+}
+
+TEST_F(PlayerTransport, SeekingIsIgnoredWhileStopped) {
+    MP3Database& window = playerWithTones(1);
+    window.on_sliderProgress_sliderReleased(); // nothing loaded: must not touch any channel
+    EXPECT_TRUE(window.isNoSound());
+}
+
+TEST_F(PlayerTransport, AFailedSongIsStruckOutAndTheTickMovesPastIt) {
+    const QString broken = tempFolder() + "/broken.mp3";
+    QFile file(broken);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(4096, '\x5a'));
+    file.close();
+    const QString good = writeTone("good.wav", 1000);
+    MP3Database& window = openPlayer();
+    window.playList().addPaths({good, broken, good});
+
+    window.on_buttonPlay_clicked();
+    play(100);
+    EXPECT_FALSE(rowItem(window, 0)->font().strikeOut());
+    window.on_buttonNext_clicked();
+    EXPECT_EQ(window.currentSound, 1);
+    EXPECT_TRUE(window.playList().model().isUnplayable(1));
+    EXPECT_TRUE(rowItem(window, 1)->font().strikeOut());
+    EXPECT_FALSE(window.isNoSound());
+
+    // Nothing plays in the failed song's slot, so the next tick counts it as ended.
+    window.timerProgress();
+    EXPECT_EQ(window.currentSound, 2);
+    EXPECT_FALSE(rowItem(window, 2)->font().strikeOut());
+    play(200);
+    EXPECT_NEAR(progress()->value(), 200, 40) << "the next good song plays";
+}
+
+TEST_F(PlayerTransport, DroppedFilesReplaceTheListAndPlay) {
+    MP3Database& window = playerWithTones(3);
+    window.on_buttonPlay_clicked();
+    window.on_buttonNext_clicked();
+    const QString dropped = writeTone("dropped.wav", 1000);
+    auto* data = new QMimeData;
+    data->setUrls({QUrl::fromLocalFile(dropped)});
+    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, data, Qt::LeftButton, {});
+    QApplication::sendEvent(&window, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(QPointF(5, 5), Qt::CopyAction, data, Qt::LeftButton, {});
+    QApplication::sendEvent(&window, &drop);
+    EXPECT_EQ(window.playList().model().count(), 1);
+    EXPECT_EQ(window.currentSound, 0);
+    EXPECT_FALSE(window.isNoSound());
+    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("dropped.wav"));
+    delete data;
+
+    QMimeData text;
+    text.setText("just words");
+    QDragEnterEvent refused(QPoint(5, 5), Qt::CopyAction, &text, Qt::LeftButton, {});
+    refused.setAccepted(false);
+    QApplication::sendEvent(&window, &refused);
+    EXPECT_FALSE(refused.isAccepted());
+}
+
+} // namespace
+} // namespace windowtest

@@ -1,0 +1,187 @@
+// settings.ini and the last playlist through real player windows: first-start defaults, the
+// exact key spelling on disk, restoring the list and its current entry, and the
+// "Load last playlist on startup" switch at exit.
+#include "LevelMeter.h"
+#include "PlayList.h"
+#include "SoundEngine.h"
+#include "WindowTestSupport.h"
+
+#include <QAbstractButton>
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+#include <QTextStream>
+
+#include <algorithm>
+#include <array>
+
+namespace windowtest {
+namespace {
+
+class SettingsStore : public WindowTest {
+protected:
+    QString lastPlaylist() const { return QDir::tempPath() + "/Tamberlo_Playlist.m3u"; }
+    // The last-playlist file holding `count` entries (the same tone each time).
+    void writeLastPlaylist(int count) {
+        const QString tone = writeTone("tone.wav", 500);
+        QFile file(lastPlaylist());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Text));
+        QTextStream out(&file);
+        out << "#EXTM3U\n";
+        for (int i = 0; i < count; ++i) {
+            out << tone << "\n";
+        }
+    }
+    static QString readText(const QString& path) {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly | QIODevice::Text) ? QString::fromUtf8(file.readAll())
+                                                                : QString();
+    }
+};
+
+TEST_F(SettingsStore, FirstStartUsesTheDefaultsAndPlacesThePlaylistBesideThePlayer) {
+    MP3Database& window = openPlayer();
+    const QRect player = window.geometry();
+    EXPECT_EQ(player, QRect(0, 0, 417, 206)) << "the form's own geometry";
+    EXPECT_EQ(window.playList().geometry(),
+              QRect(player.x() + player.width() + 20, player.y(), player.width(), player.height()));
+    EXPECT_TRUE(window.playList().isVisible());
+    EXPECT_FALSE(window.engine().isReverbEnabled());
+    EXPECT_FALSE(window.engine().isNormalizerEnabled());
+    EXPECT_FALSE(formWidget<QAbstractButton>(window, "buttonReverb")->isChecked());
+    EXPECT_FALSE(formWidget<QAbstractButton>(window, "buttonNormalize")->isChecked());
+    EXPECT_EQ(window.vuSensitivity, 4000);
+    EXPECT_DOUBLE_EQ(window.vuMultiplier, 1.0);
+    EXPECT_EQ(window.unknownLengthSeconds, 90);
+    EXPECT_FALSE(window.unknownLengthEnabled);
+    EXPECT_FALSE(window.gaplessEnabled);
+    EXPECT_FALSE(window.gaplessAccurate);
+    EXPECT_EQ(window.gaplessCutoff, 10);
+    EXPECT_FALSE(window.gaplessPreload);
+    EXPECT_TRUE(window.playList().keepTempFiles());
+    EXPECT_EQ(window.lastUrlOpened, "http://");
+    EXPECT_EQ(window.currentSound, 0) << "the stored index's default";
+    const std::array<float, 5> reverb = window.engine().getReverbParameters();
+    EXPECT_FLOAT_EQ(reverb[0], 0.71f); // room size
+    EXPECT_FLOAT_EQ(reverb[1], 0.56f); // damping
+    const std::array<float, 3> normalizer = window.engine().getNormalizerParameters();
+    EXPECT_FLOAT_EQ(normalizer[0], 5000.0f);
+    EXPECT_FLOAT_EQ(normalizer[1], 0.1f);
+    EXPECT_FLOAT_EQ(normalizer[2], 20.0f);
+}
+
+TEST_F(SettingsStore, ExitWritesEveryKeyWithItsExactSpelling) {
+    MP3Database& window = openPlayer();
+    window.move(33, 44);
+    window.playList().setGeometry(500, 60, 300, 400);
+    closePlayer();
+    const QString text = readText(settingsPath());
+    ASSERT_FALSE(text.isEmpty());
+
+    // Group headers with their case, and every key inside its group.
+    const std::pair<const char*, QStringList> groups[] = {
+        {"[General]", {"LastURLOpened=http://"}},
+        {"[main]", {"windowx=33", "windowy=44"}},
+        {"[playlist]",
+         {"windowx=500", "windowy=60", "windowwidth=300", "windowheight=400", "show=true"}},
+        {"[Reverb]", {"Damp=", "RoomSize=", "WetMix=", "DryMix=", "Width=", "Enabled=false"}},
+        {"[Normalize]", {"FadeTime=", "Threshhold=", "MaxAmp=", "Enabled=false"}},
+        {"[VUMeter]", {"Sensitivity=4000", "Multiplier=1"}},
+        {"[UnknownSonglength]", {"Seconds=90", "Enabled=false"}},
+        {"[GaplessPlayback]", {"Enabled=false", "Accurate=false", "Cutoff=10", "Preload=false"}},
+        {"[PlayList]", {"LoadLastPlayList=true", "CurrentSound=0"}},
+    };
+    const QStringList lines = text.split('\n');
+    for (const auto& [header, keys] : groups) {
+        const qsizetype start = lines.indexOf(header);
+        ASSERT_GE(start, 0) << header << " missing in\n" << text.toStdString();
+        qsizetype end = start + 1;
+        while (end < lines.size() && !lines[end].startsWith('[')) {
+            ++end;
+        }
+        const QStringList body = lines.mid(start + 1, end - start - 1);
+        for (const QString& key : keys) {
+            const bool found = std::any_of(body.begin(), body.end(), [&](const QString& line) {
+                return line.startsWith(key);
+            });
+            EXPECT_TRUE(found) << header << " lacks " << key.toStdString();
+        }
+    }
+    EXPECT_EQ(text.count("="), 28) << "exactly the 28 keys:\n" << text.toStdString();
+}
+
+TEST_F(SettingsStore, SavedValuesComeBackAtTheNextStart) {
+    {
+        MP3Database& window = openPlayer();
+        window.move(70, 80);
+        window.vuSensitivity = 1234;
+        window.gaplessEnabled = true;
+        window.gaplessCutoff = 25;
+        window.lastUrlOpened = "http://127.0.0.1:1/x";
+        window.on_buttonReverb_clicked();
+        window.playList().hide();
+    }
+    MP3Database& window = openPlayer();
+    EXPECT_EQ(window.geometry().topLeft(), QPoint(70, 80));
+    EXPECT_EQ(window.vuSensitivity, 1234);
+    EXPECT_TRUE(window.gaplessEnabled);
+    EXPECT_EQ(window.gaplessCutoff, 25);
+    EXPECT_EQ(window.lastUrlOpened, "http://127.0.0.1:1/x");
+    EXPECT_TRUE(window.engine().isReverbEnabled());
+    EXPECT_TRUE(formWidget<QAbstractButton>(window, "buttonReverb")->isChecked());
+    EXPECT_FALSE(window.playList().isVisible());
+}
+
+TEST_F(SettingsStore, RestoredListKeepsAValidCurrentEntryAndDoesNotPlay) {
+    struct Case {
+        int stored;
+        int expected;
+    };
+    for (const Case c : {Case{57, 0}, Case{-3, 0}, Case{10, 0}, Case{4, 4}}) {
+        writeLastPlaylist(10);
+        {
+            QSettings settings(settingsPath(), QSettings::IniFormat);
+            settings.setValue("PlayList/CurrentSound", c.stored);
+        }
+        MP3Database& window = openPlayer();
+        ASSERT_EQ(window.playList().model().count(), 10) << "stored " << c.stored;
+        EXPECT_EQ(window.currentSound, c.expected) << "stored " << c.stored;
+        EXPECT_TRUE(rowIsMarked(window, c.expected)) << "stored " << c.stored;
+        EXPECT_TRUE(window.isNoSound()) << "a restored list waits for play";
+        closePlayer();
+        QFile::remove(settingsPath());
+    }
+}
+
+TEST_F(SettingsStore, TheLastPlaylistIsKeptOrDeletedAtExitByTheSwitch) {
+    const QString tone = writeTone("tone.wav", 500);
+    {
+        MP3Database& window = openPlayer({tone, tone, tone});
+        window.on_buttonNext_clicked();
+    }
+    closePlayer();
+    EXPECT_EQ(readText(lastPlaylist()).count("tone.wav"), 3) << "kept with the switch on";
+
+    MP3Database& restored = openPlayer(); // no arguments: the list comes back
+    EXPECT_EQ(restored.playList().model().count(), 3);
+    EXPECT_EQ(restored.currentSound, 1);
+    restored.playList().setKeepTempFiles(false); // as the settings dialog's box does
+    closePlayer();
+    EXPECT_FALSE(QFile::exists(lastPlaylist())) << "deleted with the switch off";
+
+    QSettings(settingsPath(), QSettings::IniFormat).setValue("PlayList/LoadLastPlayList", true);
+    MP3Database& empty = openPlayer();
+    EXPECT_EQ(empty.playList().model().count(), 0) << "nothing stale comes back";
+}
+
+TEST_F(SettingsStore, ArgumentsTakePrecedenceOverTheLastPlaylist) {
+    writeLastPlaylist(5);
+    const QString other = writeTone("other.wav", 500);
+    MP3Database& window = openPlayer({other});
+    EXPECT_EQ(window.playList().model().count(), 1);
+    EXPECT_EQ(window.currentSound, 0);
+    EXPECT_FALSE(window.isNoSound()) << "arguments play at once";
+}
+
+} // namespace
+} // namespace windowtest
