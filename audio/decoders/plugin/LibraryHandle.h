@@ -1,5 +1,5 @@
 #pragma once
-// Owns a shared library opened with dlopen (LoadLibrary on Windows is not built yet).
+// Owns a shared library: dlopen on Unix, LoadLibrary on Windows.
 //
 // Threading: open on one thread; symbol() may be called from any thread afterwards.
 
