@@ -125,36 +125,36 @@ constexpr audio::Mode MeasureMemoryMode = MeasurePathMode | audio::Mode::OpenMem
 
 } // namespace
 
-int SoundEngine::findSoundStartFromPath(const std::string& path, int threshold) {
+audio::Sound* SoundEngine::openMeasureSound(const std::string& path) {
     audio::Sound* sound = nullptr;
     lastResult = system->createSound(path.c_str(), MeasurePathMode, nullptr, &sound);
     checkResult(lastResult, "");
-    return findSoundStart(sound, threshold);
+    return sound;
+}
+
+audio::Sound* SoundEngine::openMeasureSound(const void* data, const audio::CreateSoundInfo& info) {
+    audio::Sound* sound = nullptr;
+    audio::CreateSoundInfo copy = info;
+    lastResult =
+        system->createSound(static_cast<const char*>(data), MeasureMemoryMode, &copy, &sound);
+    checkResult(lastResult, "");
+    return sound;
+}
+
+int SoundEngine::findSoundStartFromPath(const std::string& path, int threshold) {
+    return findSoundStart(openMeasureSound(path), threshold);
 }
 
 int SoundEngine::findSoundStartFromMemory(const void* data, const audio::CreateSoundInfo& info,
                                           int threshold) {
-    audio::Sound* sound = nullptr;
-    audio::CreateSoundInfo copy = info;
-    lastResult =
-        system->createSound(static_cast<const char*>(data), MeasureMemoryMode, &copy, &sound);
-    checkResult(lastResult, "");
-    return findSoundStart(sound, threshold);
+    return findSoundStart(openMeasureSound(data, info), threshold);
 }
 
 int SoundEngine::findSoundEndFromPath(const std::string& path, int threshold) {
-    audio::Sound* sound = nullptr;
-    lastResult = system->createSound(path.c_str(), MeasurePathMode, nullptr, &sound);
-    checkResult(lastResult, "");
-    return findSoundEnd(sound, threshold);
+    return findSoundEnd(openMeasureSound(path), threshold);
 }
 
 int SoundEngine::findSoundEndFromMemory(const void* data, const audio::CreateSoundInfo& info,
                                         int threshold) {
-    audio::Sound* sound = nullptr;
-    audio::CreateSoundInfo copy = info;
-    lastResult =
-        system->createSound(static_cast<const char*>(data), MeasureMemoryMode, &copy, &sound);
-    checkResult(lastResult, "");
-    return findSoundEnd(sound, threshold);
+    return findSoundEnd(openMeasureSound(data, info), threshold);
 }

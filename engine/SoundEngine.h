@@ -118,6 +118,11 @@ public:
     void setRipperTimeout(std::chrono::milliseconds timeout) { ripperTimeout = timeout; }
 
 private:
+    // The private open-only sound a measurement decodes (from the path, or from a copy of the
+    // song's memory block); the creation result is kept and logged, and may be null.
+    audio::Sound* openMeasureSound(const std::string& path);
+    audio::Sound* openMeasureSound(const void* data, const audio::CreateSoundInfo& info);
+
     audio::Result releaseSlotSound(int slot);
     // Creates the slot's sound from the file, or through the ripper when the library refuses it
     // (then *rippedBlock receives the module the sound was made from).
