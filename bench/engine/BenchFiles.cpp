@@ -1,5 +1,7 @@
 #include "BenchFiles.h"
 
+#include "WavWriter.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -53,25 +55,18 @@ std::vector<int16_t> readWavFrames(const std::string& path, int* rate) {
 }
 
 void writeWav(const std::string& path, int rate, const int16_t* samples, size_t frames) {
-    const uint32_t dataBytes = static_cast<uint32_t>(frames * 4);
-    uint8_t header[44];
-    auto put32 = [&](size_t at, uint32_t v) { std::memcpy(header + at, &v, 4); };
-    auto put16 = [&](size_t at, uint16_t v) { std::memcpy(header + at, &v, 2); };
-    std::memcpy(header, "RIFF", 4);
-    put32(4, 36 + dataBytes);
-    std::memcpy(header + 8, "WAVEfmt ", 8);
-    put32(16, 16);
-    put16(20, 1);
-    put16(22, 2);
-    put32(24, static_cast<uint32_t>(rate));
-    put32(28, static_cast<uint32_t>(rate) * 4);
-    put16(32, 4);
-    put16(34, 16);
-    std::memcpy(header + 36, "data", 4);
-    put32(40, dataBytes);
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(header), sizeof header);
-    file.write(reinterpret_cast<const char*>(samples), static_cast<std::streamsize>(dataBytes));
+    // The library's own writer: 16-bit values survive the float round trip exactly.
+    std::vector<float> values(samples, samples + frames * 2);
+    for (float& v : values) {
+        v /= 32768.0f;
+    }
+    std::unique_ptr<audio::WavWriter> writer;
+    if (audio::WavWriter::open(path, rate, &writer) != audio::Result::Ok ||
+        writer->write(values.data(), frames) != audio::Result::Ok ||
+        writer->finish() != audio::Result::Ok) {
+        std::fprintf(stderr, "cannot write %s\n", path.c_str());
+        std::exit(1);
+    }
 }
 
 } // namespace enginebench
