@@ -1,5 +1,7 @@
 #include "Reverb.h"
 
+#include "Float4.h"
+
 #include <algorithm>
 
 namespace audio::detail {
@@ -23,6 +25,10 @@ constexpr float OffsetRoom = 0.7f;
 constexpr float AllPassFeedback = 0.5f;
 // Keeps the recursive filters out of denormal numbers (slow on x86) once the input is silent.
 constexpr float AntiDenormal = 1e-25f;
+// Combs run side by side in one pass: enough to hide each one's carry, few enough that their
+// states and the coefficients stay in registers.
+constexpr int CombsPerPass = 4;
+static_assert(8 % CombsPerPass == 0, "the passes cover every comb");
 
 size_t scaled(int frames, int sampleRate) {
     return std::max<size_t>(1,
@@ -79,21 +85,31 @@ void Reverb::updateCoefficients() {
 
 namespace {
 
-// N damped combs over a block, adding their output to `out`. Each comb is a serial chain (its
-// state feeds the next frame), so running several side by side lets the processor overlap
-// them while their state stays in registers.
+// N damped combs over a block, adding their output to `out`. A comb's delay line is longer than
+// a block, so within one run of frames only its low-pass state links a frame to the one before:
+// s[t] = d[t] * damp2 + A + s[t-1] * damp1. Four frames at a time, that recurrence is a
+// prefix scan (two shifted multiply-adds) plus the previous state carried in by powers of
+// damp1. Several combs run side by side so the processor overlaps their carries.
 template <int N>
 void runCombs(Reverb::Comb* combs, float feedback, float damp1, float damp2, const float* in,
               float* out, size_t frames) {
+    const Float4 damp2s = Float4::fill(damp2);
+    const Float4 offset = Float4::fill(AntiDenormal);
+    const Float4 damp1s = Float4::fill(damp1);
+    const Float4 damp1Squared = Float4::fill(damp1 * damp1);
+    const Float4 carryIn =
+        Float4::of(damp1, damp1 * damp1, damp1 * damp1 * damp1, damp1 * damp1 * damp1 * damp1);
+    const Float4 feedbacks = Float4::fill(feedback);
+
     float* line[N];
     size_t size[N];
     size_t at[N];
-    float state[N];
+    Float4 state[N]; // the last state, in every lane
     for (int c = 0; c < N; ++c) {
         line[c] = combs[c].buffer.data();
         size[c] = combs[c].buffer.size();
         at[c] = combs[c].index;
-        state[c] = combs[c].store;
+        state[c] = Float4::fill(combs[c].store);
     }
     size_t f = 0;
     while (f < frames) {
@@ -106,13 +122,30 @@ void runCombs(Reverb::Comb* combs, float feedback, float damp1, float damp2, con
         for (int c = 0; c < N; ++c) {
             tap[c] = line[c] + at[c];
         }
-        for (size_t i = 0; i < run; ++i) {
+        size_t i = 0;
+        for (; i + 4 <= run; i += 4) {
+            const Float4 input = Float4::load(in + f + i);
+            Float4 sum = Float4::load(out + f + i);
+            for (int c = 0; c < N; ++c) {
+                const Float4 delayed = Float4::load(tap[c] + i);
+                Float4 s = delayed * damp2s + offset;
+                s = s + damp1s * s.shiftUp1();
+                s = s + damp1Squared * s.shiftUp2();
+                s = s + carryIn * state[c];
+                state[c] = s.broadcastLast();
+                (input + s * feedbacks).store(tap[c] + i);
+                sum = sum + delayed;
+            }
+            sum.store(out + f + i);
+        }
+        for (; i < run; ++i) {
             const float input = in[f + i];
             float sum = 0.0f;
             for (int c = 0; c < N; ++c) {
                 const float delayed = tap[c][i];
-                state[c] = delayed * damp2 + state[c] * damp1 + AntiDenormal;
-                tap[c][i] = input + state[c] * feedback;
+                const float s = delayed * damp2 + AntiDenormal + state[c].last() * damp1;
+                state[c] = Float4::fill(s);
+                tap[c][i] = input + s * feedback;
                 sum += delayed;
             }
             out[f + i] += sum;
@@ -127,7 +160,7 @@ void runCombs(Reverb::Comb* combs, float feedback, float damp1, float damp2, con
     }
     for (int c = 0; c < N; ++c) {
         combs[c].index = at[c];
-        combs[c].store = state[c];
+        combs[c].store = state[c].last();
     }
 }
 
@@ -166,10 +199,12 @@ void Reverb::processActive(float* samples, size_t frames) {
         }
         std::fill(left_.begin(), left_.begin() + static_cast<long>(n), 0.0f);
         std::fill(right_.begin(), right_.begin() + static_cast<long>(n), 0.0f);
-        runCombs<Combs>(combLeft_.data(), feedback_, damp1_, damp2_, input_.data(), left_.data(),
-                        n);
-        runCombs<Combs>(combRight_.data(), feedback_, damp1_, damp2_, input_.data(), right_.data(),
-                        n);
+        for (int c = 0; c < Combs; c += CombsPerPass) {
+            runCombs<CombsPerPass>(combLeft_.data() + c, feedback_, damp1_, damp2_, input_.data(),
+                                   left_.data(), n);
+            runCombs<CombsPerPass>(combRight_.data() + c, feedback_, damp1_, damp2_, input_.data(),
+                                   right_.data(), n);
+        }
         for (int i = 0; i < AllPasses; ++i) {
             runAllPass(allPassLeft_[i].buffer, allPassLeft_[i].index, left_.data(), n);
             runAllPass(allPassRight_[i].buffer, allPassRight_[i].index, right_.data(), n);

@@ -6,7 +6,7 @@
 namespace audio::detail {
 
 Mixer::Mixer(int sampleRate, std::vector<Voice*> voices)
-    : sampleRate_(sampleRate), voices_(std::move(voices)), chunk_(ChunkFrames * 2),
+    : sampleRate_(sampleRate), voices_(std::move(voices)),
       load_(std::make_unique<std::atomic<uint32_t>[]>(LoadHistory)) {}
 
 bool Mixer::addUnit(Dsp::Unit* unit) {
@@ -24,21 +24,19 @@ void Mixer::render(float* out, size_t frames) {
     const int unitCount = unitCount_.load(std::memory_order_acquire);
     bool underrun = false;
     while (frames > 0) {
+        // Mixed straight into the caller's buffer: no copy on the way out.
         const size_t n = std::min(frames, ChunkFrames);
-        float* mix = chunk_.data();
-        std::fill(mix, mix + n * 2, 0.0f);
+        std::fill(out, out + n * 2, 0.0f);
         for (Voice* voice : voices_) {
-            underrun = voice->render(mix, n) || underrun;
+            underrun = voice->render(out, n) || underrun;
         }
         for (int i = 0; i < unitCount; ++i) {
-            units_[static_cast<size_t>(i)]->process(mix, n);
+            units_[static_cast<size_t>(i)]->process(out, n);
         }
         const float volume = masterVolume_.load(std::memory_order_relaxed);
-        if (volume == 1.0f) {
-            std::copy(mix, mix + n * 2, out);
-        } else {
+        if (volume != 1.0f) {
             for (size_t i = 0; i < n * 2; ++i) {
-                out[i] = mix[i] * volume;
+                out[i] *= volume;
             }
         }
         out += n * 2;

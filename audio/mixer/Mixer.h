@@ -43,7 +43,6 @@ private:
 
     int sampleRate_;
     std::vector<Voice*> voices_;
-    std::vector<float> chunk_;
     std::array<Dsp::Unit*, MaxUnits> units_{};
     std::atomic<int> unitCount_{0};
     std::atomic<float> masterVolume_{1.0f};

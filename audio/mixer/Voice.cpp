@@ -5,6 +5,9 @@
 
 namespace audio::detail {
 
+static_assert(std::atomic<uint64_t>::is_always_lock_free, "the mixer must never take a lock");
+static_assert(sizeof(uint64_t) == 2 * sizeof(float), "a history element holds one stereo frame");
+
 Result Voice::create(int outputRate, size_t maxFrames, std::unique_ptr<Voice>* out) {
     std::unique_ptr<Resampler> resampler;
     // Channel::setFrequency keeps the ratio at or below MaxSpeed.
@@ -19,11 +22,9 @@ Result Voice::create(int outputRate, size_t maxFrames, std::unique_ptr<Voice>* o
 Voice::Voice(size_t maxFrames, std::unique_ptr<Resampler> resampler, int outputRate)
     : ring_(RingBlocks), resampler_(std::move(resampler)), scratch_(maxFrames * 2),
       maxFrames_(maxFrames), outputRate_(outputRate),
-      waveLeft_(std::make_unique<std::atomic<float>[]>(WaveHistory)),
-      waveRight_(std::make_unique<std::atomic<float>[]>(WaveHistory)) {
+      wave_(std::make_unique<std::atomic<uint64_t>[]>(WaveHistory)) {
     for (size_t i = 0; i < WaveHistory; ++i) {
-        waveLeft_[i].store(0.0f, std::memory_order_relaxed);
-        waveRight_[i].store(0.0f, std::memory_order_relaxed);
+        wave_[i].store(0, std::memory_order_relaxed);
     }
 }
 
@@ -45,8 +46,7 @@ void Voice::prepare(int sourceRate, BlockProducer* inlineProducer) {
     flushed_ = false;
     primed_ = false;
     for (size_t i = 0; i < WaveHistory; ++i) {
-        waveLeft_[i].store(0.0f, std::memory_order_relaxed);
-        waveRight_[i].store(0.0f, std::memory_order_relaxed);
+        wave_[i].store(0, std::memory_order_relaxed);
     }
     waveWritten_.store(0, std::memory_order_release);
 }
@@ -60,11 +60,14 @@ uint64_t Voice::position() const {
 }
 
 void Voice::copyWave(float* out, size_t count, int side) const {
-    const auto& wave = side == 0 ? waveLeft_ : waveRight_;
     const uint64_t written = waveWritten_.load(std::memory_order_acquire);
     const uint64_t first = written - count; // wraps harmlessly: the history starts as zeros
     for (size_t i = 0; i < count; ++i) {
-        out[i] = wave[(first + i) & (WaveHistory - 1)].load(std::memory_order_relaxed);
+        const uint64_t frame =
+            wave_[(first + i) & (WaveHistory - 1)].load(std::memory_order_relaxed);
+        float pair[2];
+        std::memcpy(pair, &frame, sizeof pair);
+        out[i] = pair[side == 0 ? 0 : 1];
     }
 }
 
@@ -85,7 +88,7 @@ AudioBlock* Voice::currentBlock() {
     }
 }
 
-size_t Voice::produce(float* out, size_t frames, bool* underrun) {
+size_t Voice::produce(float* mix, size_t frames, bool* underrun) {
     size_t produced = 0;
     // Every pass consumes a block, produces output or stops, so the loop is bounded by the
     // ring size plus the chunk size; the cap only guards against a resampler that stalls.
@@ -105,8 +108,8 @@ size_t Voice::produce(float* out, size_t frames, bool* underrun) {
             }
             size_t consumed = 0;
             size_t made = 0;
-            resampler_->process(nullptr, 0, &consumed, out + produced * 2, frames - produced,
-                                &made);
+            resampler_->process(nullptr, 0, &consumed, scratch_.data(), frames - produced, &made);
+            deliver(scratch_.data(), made, mix + produced * 2);
             produced += made;
             mixPosition_ += static_cast<double>(made) * resampler_->ratio();
             if (made == 0) {
@@ -114,15 +117,17 @@ size_t Voice::produce(float* out, size_t frames, bool* underrun) {
             }
             continue;
         }
-        const float* in = block->samples + size_t{blockOffset_} * 2;
+        float* in = block->samples + size_t{blockOffset_} * 2;
         size_t consumed = 0;
         size_t made = 0;
         if (resampling_) {
-            resampler_->process(in, available, &consumed, out + produced * 2, frames - produced,
+            resampler_->process(in, available, &consumed, scratch_.data(), frames - produced,
                                 &made);
+            deliver(scratch_.data(), made, mix + produced * 2);
         } else {
+            // Straight from the block: it is ours until popped, and these frames are done.
             consumed = made = std::min(available, frames - produced);
-            std::memcpy(out + produced * 2, in, consumed * 2 * sizeof(float));
+            deliver(in, made, mix + produced * 2);
         }
         produced += made;
         blockOffset_ += static_cast<uint32_t>(consumed);
@@ -148,23 +153,44 @@ void Voice::finish() {
     state_.store(VoiceState::Done, std::memory_order_release);
 }
 
-void Voice::applyPanAndHistory(float* buffer, size_t frames) {
-    const float pan = pan_.load(std::memory_order_relaxed);
-    const float left = pan > 0.0f ? 1.0f - pan : 1.0f;
-    const float right = pan < 0.0f ? 1.0f + pan : 1.0f;
-    if (left != 1.0f || right != 1.0f) {
-        for (size_t i = 0; i < frames; ++i) {
-            buffer[2 * i] *= left;
-            buffer[2 * i + 1] *= right;
+void Voice::deliver(float* frames, size_t count, float* mix) {
+    if (gainLeft_ != 1.0f || gainRight_ != 1.0f) {
+        for (size_t i = 0; i < count; ++i) {
+            frames[2 * i] *= gainLeft_;
+            frames[2 * i + 1] *= gainRight_;
         }
     }
-    const uint64_t written = waveWritten_.load(std::memory_order_relaxed);
-    for (size_t i = 0; i < frames; ++i) {
-        const size_t at = (written + i) & (WaveHistory - 1);
-        waveLeft_[at].store(buffer[2 * i], std::memory_order_relaxed);
-        waveRight_[at].store(buffer[2 * i + 1], std::memory_order_relaxed);
+    recordHistory(frames, count);
+    for (size_t i = 0; i < count * 2; ++i) {
+        mix[i] += frames[i];
     }
-    waveWritten_.store(written + frames, std::memory_order_release);
+}
+
+void Voice::recordHistory(const float* frames, size_t count) {
+    const uint64_t written = waveWritten_.load(std::memory_order_relaxed);
+    // Only the newest WaveHistory frames can ever be read; they land in at most two runs.
+    const size_t kept = std::min(count, WaveHistory);
+    const float* from = frames + 2 * (count - kept);
+    size_t at = static_cast<size_t>((written + count - kept) & (WaveHistory - 1));
+    std::atomic<uint64_t>* wave = wave_.get();
+    for (size_t left = kept; left > 0;) {
+        const size_t run = std::min(left, WaveHistory - at);
+        if (from == nullptr) {
+            for (size_t i = 0; i < run; ++i) {
+                wave[at + i].store(0, std::memory_order_relaxed);
+            }
+        } else {
+            for (size_t i = 0; i < run; ++i) {
+                uint64_t frame;
+                std::memcpy(&frame, from + 2 * i, sizeof frame);
+                wave[at + i].store(frame, std::memory_order_relaxed);
+            }
+            from += 2 * run;
+        }
+        left -= run;
+        at = 0;
+    }
+    waveWritten_.store(written + count, std::memory_order_release);
 }
 
 bool Voice::render(float* mix, size_t frames) {
@@ -199,19 +225,18 @@ bool Voice::render(float* mix, size_t frames) {
     if (resampling_) {
         resampler_->setRatio(ratio);
     }
+    const float pan = pan_.load(std::memory_order_relaxed);
+    gainLeft_ = pan > 0.0f ? 1.0f - pan : 1.0f;
+    gainRight_ = pan < 0.0f ? 1.0f + pan : 1.0f;
     frames = std::min(frames, maxFrames_);
-    float* out = scratch_.data();
     bool underrun = false;
-    const size_t produced = produce(out, frames, &underrun);
-    std::fill(out + produced * 2, out + frames * 2, 0.0f);
+    const size_t produced = produce(mix, frames, &underrun);
     position_.store(static_cast<uint64_t>(mixPosition_), std::memory_order_relaxed);
     if (produced == 0 && state_.load(std::memory_order_relaxed) == VoiceState::Done) {
         return false;
     }
-    applyPanAndHistory(out, frames);
-    for (size_t i = 0; i < frames * 2; ++i) {
-        mix[i] += out[i];
-    }
+    // The rest of the chunk is silence, and the history says so.
+    recordHistory(nullptr, frames - produced);
     return underrun;
 }
 

@@ -85,9 +85,13 @@ public:
 
 private:
     Voice(size_t maxFrames, std::unique_ptr<Resampler> resampler, int outputRate);
-    size_t produce(float* out, size_t frames, bool* underrun);
+    // Adds up to `frames` frames to `mix`; returns how many it added.
+    size_t produce(float* mix, size_t frames, bool* underrun);
     AudioBlock* currentBlock();
-    void applyPanAndHistory(float* buffer, size_t frames);
+    // Pans `count` frames in place, records them as heard and adds them to `mix`.
+    void deliver(float* frames, size_t count, float* mix);
+    // Appends `count` frames to the wave history (nullptr: silence).
+    void recordHistory(const float* frames, size_t count);
     void finish();
 
     BlockRing ring_;
@@ -108,8 +112,9 @@ private:
     // Written by the mixer.
     std::atomic<uint64_t> position_{0};
     std::atomic<uint32_t> epochSeen_{0};
-    std::unique_ptr<std::atomic<float>[]> waveLeft_;
-    std::unique_ptr<std::atomic<float>[]> waveRight_;
+    // One stereo frame per element (left in the low half, as in memory), so the mixer stores a
+    // frame with one plain 64-bit write.
+    std::unique_ptr<std::atomic<uint64_t>[]> wave_;
     std::atomic<uint64_t> waveWritten_{0};
 
     // Mixer-private.
@@ -120,7 +125,8 @@ private:
     double mixPosition_ = 0;
     bool resampling_ = false; // once engaged, stays on until the next seek (no glitch)
     bool flushed_ = false;
-    bool primed_ = false; // a block of the current epoch has arrived
+    bool primed_ = false;                      // a block of the current epoch has arrived
+    float gainLeft_ = 1.0f, gainRight_ = 1.0f; // the balance, read once per chunk
 };
 
 } // namespace audio::detail
