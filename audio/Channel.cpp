@@ -122,7 +122,8 @@ Result Channel::setPosition(unsigned position, TimeUnit unit) {
         frame = position;
         break;
     case TimeUnit::Ms:
-        frame = uint64_t{position} * rate / 1000;
+        // The first frame at or after that time, so the position reads back as the same ms.
+        frame = (uint64_t{position} * rate + 999) / 1000;
         break;
     default:
         return Result::InvalidParameter;

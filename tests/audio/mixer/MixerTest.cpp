@@ -164,6 +164,17 @@ TEST(Mixer, PositionCountsConsumedFramesAndSeeksAreExact) {
     ASSERT_EQ(channel.getPosition(&position, TimeUnit::RawBytes), Result::Ok);
     EXPECT_EQ(position, (2500u * Rate / 1000 + 1) * 4); // 32 bits a frame in this source
 
+    // Millisecond positions that fall between frames read back as set.
+    for (unsigned ms : {1u, 999u, 4321u, 9999u}) {
+        ASSERT_EQ(channel.setPosition(ms, TimeUnit::Ms), Result::Ok);
+        system.render(1);
+        ASSERT_EQ(channel.getPosition(&position, TimeUnit::Pcm), Result::Ok);
+        EXPECT_EQ(position, (ms * Rate + 999) / 1000 + 1) << ms;
+        ASSERT_EQ(channel.setPosition(ms, TimeUnit::Ms), Result::Ok);
+        ASSERT_EQ(channel.getPosition(&position, TimeUnit::Ms), Result::Ok);
+        EXPECT_EQ(position, ms);
+    }
+
     EXPECT_EQ(channel.setPosition(10 * Rate + 1, TimeUnit::Pcm), Result::SeekFailed);
     EXPECT_EQ(channel.getPosition(&position, TimeUnit::SubsongCount), Result::InvalidParameter);
 }
