@@ -1,13 +1,10 @@
 // The player window's transport driven through its slots and the offline output: play, pause,
-// stop, next and previous, the end of the list, seeking, and failed songs.
+// stop, next and previous, the end of the list, seeking, failed songs and dropped files.
 #include "PlayList.h"
 #include "TimeText.h"
 #include "WindowTestSupport.h"
 
 #include <QAbstractButton>
-#include <QApplication>
-#include <QDragEnterEvent>
-#include <QDropEvent>
 #include <QFile>
 #include <QMimeData>
 #include <QSlider>
@@ -76,6 +73,8 @@ TEST_F(PlayerTransport, PlayPauseResumeAndStop) {
     EXPECT_TRUE(labelText(window, "labelTitle").startsWith("t0.wav")) << "the list is not empty";
     play(200);
     EXPECT_EQ(progress()->value(), 0) << "the tick idles after stop";
+    window.on_sliderProgress_sliderReleased(); // nothing loaded: must not touch any channel
+    EXPECT_TRUE(window.isNoSound());
 }
 
 TEST_F(PlayerTransport, StopWithAnEmptyListForgetsTheSong) {
@@ -86,7 +85,7 @@ TEST_F(PlayerTransport, StopWithAnEmptyListForgetsTheSong) {
     EXPECT_EQ(labelText(window, "labelInfo"), "No sound loaded");
 }
 
-TEST_F(PlayerTransport, NextAndPreviousStopAtBothEnds) {
+TEST_F(PlayerTransport, NextAndPreviousStopAtBothEndsAndOnlyMoveTheMarkWhileStopped) {
     MP3Database& window = playerWithTones(3);
     window.on_buttonPlay_clicked();
 
@@ -107,20 +106,16 @@ TEST_F(PlayerTransport, NextAndPreviousStopAtBothEnds) {
     EXPECT_TRUE(rowIsMarked(window, 1));
     EXPECT_EQ(markedRows(), 1);
     EXPECT_FALSE(window.isNoSound());
-}
 
-TEST_F(PlayerTransport, NextWhileStoppedOnlyMovesTheMark) {
-    MP3Database& window = playerWithTones(3);
-    window.on_buttonPlay_clicked();
     window.on_buttonStop_clicked();
     window.on_buttonNext_clicked();
-    EXPECT_EQ(window.currentSound, 1);
+    EXPECT_EQ(window.currentSound, 2);
     EXPECT_TRUE(window.isNoSound());
-    EXPECT_TRUE(rowIsMarked(window, 1));
+    EXPECT_TRUE(rowIsMarked(window, 2));
     EXPECT_EQ(markedRows(), 1);
-
     window.on_buttonPlay_clicked(); // play starts the marked entry
-    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("t1.wav"));
+    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("t2.wav"));
+    EXPECT_FALSE(window.isNoSound());
 }
 
 TEST_F(PlayerTransport, SongsFollowEachOtherAndTheLastOneStops) {
@@ -155,12 +150,6 @@ TEST_F(PlayerTransport, ReleasingTheSliderAtItsMaximumSeeksJustBeforeTheEnd) {
     EXPECT_EQ(progress()->value(), 250);
 }
 
-TEST_F(PlayerTransport, SeekingIsIgnoredWhileStopped) {
-    MP3Database& window = playerWithTones(1);
-    window.on_sliderProgress_sliderReleased(); // nothing loaded: must not touch any channel
-    EXPECT_TRUE(window.isNoSound());
-}
-
 TEST_F(PlayerTransport, AFailedSongIsStruckOutAndTheTickMovesPastIt) {
     const QString broken = tempFolder() + "/broken.mp3";
     QFile file(broken);
@@ -192,26 +181,18 @@ TEST_F(PlayerTransport, DroppedFilesReplaceTheListAndPlay) {
     MP3Database& window = playerWithTones(3);
     window.on_buttonPlay_clicked();
     window.on_buttonNext_clicked();
-    const QString dropped = writeTone("dropped.wav", 1000);
-    auto* data = new QMimeData;
-    data->setUrls({QUrl::fromLocalFile(dropped)});
-    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, data, Qt::LeftButton, {});
-    QApplication::sendEvent(&window, &enter);
-    EXPECT_TRUE(enter.isAccepted());
-    QDropEvent drop(QPointF(5, 5), Qt::CopyAction, data, Qt::LeftButton, {});
-    QApplication::sendEvent(&window, &drop);
+    QMimeData files;
+    files.setUrls({QUrl::fromLocalFile(writeTone("dropped.wav", 1000))});
+    EXPECT_TRUE(dragAndDrop(window, files));
     EXPECT_EQ(window.playList().model().count(), 1);
     EXPECT_EQ(window.currentSound, 0);
     EXPECT_FALSE(window.isNoSound());
     EXPECT_TRUE(labelText(window, "labelTitle").startsWith("dropped.wav"));
-    delete data;
 
     QMimeData text;
     text.setText("just words");
-    QDragEnterEvent refused(QPoint(5, 5), Qt::CopyAction, &text, Qt::LeftButton, {});
-    refused.setAccepted(false);
-    QApplication::sendEvent(&window, &refused);
-    EXPECT_FALSE(refused.isAccepted());
+    EXPECT_FALSE(dragAndDrop(window, text));
+    EXPECT_EQ(window.playList().model().count(), 1);
 }
 
 } // namespace

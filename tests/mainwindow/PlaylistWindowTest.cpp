@@ -1,12 +1,10 @@
 // The playlist window beside a real player window: double-click to play, the Delete and Escape
-// keys, and snapping to the player's edges when moved by its top bar.
+// keys, dropped files and folders, and snapping to the player's edges when moved by its top bar.
 #include "PlayList.h"
 #include "WindowTestSupport.h"
 
 #include <QApplication>
 #include <QDir>
-#include <QDragEnterEvent>
-#include <QDropEvent>
 #include <QItemSelectionModel>
 #include <QLabel>
 #include <QMimeData>
@@ -46,22 +44,16 @@ protected:
     }
 };
 
-TEST_F(PlaylistWindow, DoubleClickPlaysTheRowAndMovesTheMark) {
+TEST_F(PlaylistWindow, DoubleClickPlaysDeleteKeepsTheCurrentSongAndOtherKeysDoNothing) {
     MP3Database& window = playerWithTenEntries();
     doubleClickRow(3);
     EXPECT_EQ(window.currentSound, 3);
     EXPECT_FALSE(window.isNoSound());
     EXPECT_TRUE(rowIsMarked(window, 3));
-    doubleClickRow(6);
-    EXPECT_EQ(window.currentSound, 6);
-    EXPECT_FALSE(rowIsMarked(window, 3));
-    EXPECT_TRUE(rowIsMarked(window, 6));
-}
-
-TEST_F(PlaylistWindow, DeleteKeepsTheCurrentSongAndOtherKeysDoNothing) {
-    MP3Database& window = playerWithTenEntries();
     doubleClickRow(7);
     ASSERT_EQ(window.currentSound, 7);
+    EXPECT_FALSE(rowIsMarked(window, 3));
+    EXPECT_TRUE(rowIsMarked(window, 7));
 
     selectRows({2, 5});
     QTest::keyClick(table(window), Qt::Key_Delete);
@@ -92,12 +84,7 @@ TEST_F(PlaylistWindow, DropsAppendFilesAndFolderContentsAndRefusePlainText) {
 
     QMimeData uris;
     uris.setUrls({QUrl::fromLocalFile(tempFolder() + "/album"), QUrl::fromLocalFile(single)});
-    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &uris, Qt::LeftButton, {});
-    enter.setAccepted(false);
-    QApplication::sendEvent(&window.playList(), &enter);
-    EXPECT_TRUE(enter.isAccepted());
-    QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &uris, Qt::LeftButton, {});
-    QApplication::sendEvent(&window.playList(), &drop);
+    EXPECT_TRUE(dragAndDrop(window.playList(), uris));
 
     const PlaylistModel& model = window.playList().model();
     ASSERT_EQ(model.count(), 13) << "appended after the ten entries";
@@ -109,9 +96,7 @@ TEST_F(PlaylistWindow, DropsAppendFilesAndFolderContentsAndRefusePlainText) {
 
     QMimeData text;
     text.setText(single);
-    QDragEnterEvent refused(QPoint(5, 5), Qt::CopyAction, &text, Qt::LeftButton, {});
-    QApplication::sendEvent(&window.playList(), &refused);
-    EXPECT_FALSE(refused.isAccepted());
+    EXPECT_FALSE(dragAndDrop(window.playList(), text));
 }
 
 // Moves the playlist by a press and a move on its top bar so that, unsnapped, its top-left

@@ -1,6 +1,6 @@
 // settings.ini and the last playlist through real player windows: first-start defaults, the
 // exact key spelling on disk, restoring the list and its current entry, and the
-// "Load last playlist on startup" switch at exit.
+// "Load last playlist on startup" switch at exit (the last playlist and unpacked zip members).
 #include "LevelMeter.h"
 #include "PlayList.h"
 #include "SoundEngine.h"
@@ -39,28 +39,16 @@ protected:
     }
 };
 
-TEST_F(SettingsStore, FirstStartUsesTheDefaultsAndPlacesThePlaylistBesideThePlayer) {
+// The in-memory defaults are checked through what the exit writes (Sensitivity=4000 and so on).
+TEST_F(SettingsStore, FirstStartUsesTheDefaultsAndExitWritesEveryKeyWithItsExactSpelling) {
     MP3Database& window = openPlayer();
     const QRect player = window.geometry();
     EXPECT_EQ(player, QRect(0, 0, 417, 206)) << "the form's own geometry";
     EXPECT_EQ(window.playList().geometry(),
               QRect(player.x() + player.width() + 20, player.y(), player.width(), player.height()));
     EXPECT_TRUE(window.playList().isVisible());
-    EXPECT_FALSE(window.engine().isReverbEnabled());
-    EXPECT_FALSE(window.engine().isNormalizerEnabled());
     EXPECT_FALSE(formWidget<QAbstractButton>(window, "buttonReverb")->isChecked());
     EXPECT_FALSE(formWidget<QAbstractButton>(window, "buttonNormalize")->isChecked());
-    EXPECT_EQ(window.vuSensitivity, 4000);
-    EXPECT_DOUBLE_EQ(window.vuMultiplier, 1.0);
-    EXPECT_EQ(window.unknownLengthSeconds, 90);
-    EXPECT_FALSE(window.unknownLengthEnabled);
-    EXPECT_FALSE(window.gaplessEnabled);
-    EXPECT_FALSE(window.gaplessAccurate);
-    EXPECT_EQ(window.gaplessCutoff, 10);
-    EXPECT_FALSE(window.gaplessPreload);
-    EXPECT_TRUE(window.playList().keepTempFiles());
-    EXPECT_EQ(window.lastUrlOpened, "http://");
-    EXPECT_EQ(window.currentSound, 0) << "the stored index's default";
     const std::array<float, 5> reverb = window.engine().getReverbParameters();
     EXPECT_FLOAT_EQ(reverb[0], 0.71f); // room size
     EXPECT_FLOAT_EQ(reverb[1], 0.56f); // damping
@@ -68,10 +56,7 @@ TEST_F(SettingsStore, FirstStartUsesTheDefaultsAndPlacesThePlaylistBesideThePlay
     EXPECT_FLOAT_EQ(normalizer[0], 5000.0f);
     EXPECT_FLOAT_EQ(normalizer[1], 0.1f);
     EXPECT_FLOAT_EQ(normalizer[2], 20.0f);
-}
 
-TEST_F(SettingsStore, ExitWritesEveryKeyWithItsExactSpelling) {
-    MP3Database& window = openPlayer();
     window.move(33, 44);
     window.playList().setGeometry(500, 60, 300, 400);
     closePlayer();
@@ -115,6 +100,7 @@ TEST_F(SettingsStore, SavedValuesComeBackAtTheNextStart) {
         MP3Database& window = openPlayer();
         window.move(70, 80);
         window.vuSensitivity = 1234;
+        window.vuMultiplier = 2.5;
         window.gaplessEnabled = true;
         window.gaplessCutoff = 25;
         window.lastUrlOpened = "http://127.0.0.1:1/x";
@@ -124,6 +110,7 @@ TEST_F(SettingsStore, SavedValuesComeBackAtTheNextStart) {
     MP3Database& window = openPlayer();
     EXPECT_EQ(window.geometry().topLeft(), QPoint(70, 80));
     EXPECT_EQ(window.vuSensitivity, 1234);
+    EXPECT_DOUBLE_EQ(window.vuMultiplier, 2.5);
     EXPECT_TRUE(window.gaplessEnabled);
     EXPECT_EQ(window.gaplessCutoff, 25);
     EXPECT_EQ(window.lastUrlOpened, "http://127.0.0.1:1/x");
@@ -153,21 +140,33 @@ TEST_F(SettingsStore, RestoredListKeepsAValidCurrentEntryAndDoesNotPlay) {
     }
 }
 
-TEST_F(SettingsStore, TheLastPlaylistIsKeptOrDeletedAtExitByTheSwitch) {
+// Unpacked zip members (TMPDIR/Tamberlo_tmp) survive the exit together with the last playlist.
+TEST_F(SettingsStore, TheLastPlaylistAndUnpackedFilesAreKeptOrDeletedAtExitByTheSwitch) {
     const QString tone = writeTone("tone.wav", 500);
+    const QString unpacked = QDir::tempPath() + "/Tamberlo_tmp";
+    const auto unpackOne = [&] {
+        ASSERT_TRUE(QDir().mkpath(unpacked));
+        QFile member(unpacked + "/unpacked.mod");
+        ASSERT_TRUE(member.open(QIODevice::WriteOnly));
+        member.write("module bytes");
+    };
     {
         MP3Database& window = openPlayer({tone, tone, tone});
         window.on_buttonNext_clicked();
+        unpackOne();
     }
     closePlayer();
     EXPECT_EQ(readText(lastPlaylist()).count("tone.wav"), 3) << "kept with the switch on";
+    EXPECT_TRUE(QFile::exists(unpacked + "/unpacked.mod"));
 
     MP3Database& restored = openPlayer(); // no arguments: the list comes back
     EXPECT_EQ(restored.playList().model().count(), 3);
     EXPECT_EQ(restored.currentSound, 1);
     restored.playList().setKeepTempFiles(false); // as the settings dialog's box does
+    unpackOne();
     closePlayer();
     EXPECT_FALSE(QFile::exists(lastPlaylist())) << "deleted with the switch off";
+    EXPECT_FALSE(QDir(unpacked).exists());
 
     QSettings(settingsPath(), QSettings::IniFormat).setValue("PlayList/LoadLastPlayList", true);
     MP3Database& empty = openPlayer();

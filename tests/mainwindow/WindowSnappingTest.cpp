@@ -1,3 +1,5 @@
+// The snapping rules on plain rectangles; moving the playlist by its top bar is tested on the
+// real windows in PlaylistWindowTest.
 #include "WindowSnapping.h"
 
 #include <gtest/gtest.h>
@@ -14,15 +16,6 @@ QRect playerAt(int x, int y) {
     return QRect(QPoint(x, y), playerSize);
 }
 
-TEST(SnapPlayer, DropBelowThePlaylistDocksItAbove) {
-    // 10 pixels below the playlist's bottom edge, overlapping horizontally.
-    const QRect player = playerAt(520, 516);
-    const auto placed = snapping::snapPlayer(player.topLeft(), player, playlist);
-    EXPECT_EQ(placed.topLeft, QPoint(520, 506)); // bottom + 1
-    EXPECT_EQ(placed.docking.vertical, 2);
-    EXPECT_EQ(placed.docking.horizontal, 0);
-}
-
 TEST(SnapPlayer, EdgeRulesAndTheirOrder) {
     struct Case {
         QPoint proposed;
@@ -30,7 +23,8 @@ TEST(SnapPlayer, EdgeRulesAndTheirOrder) {
         Docking docking;
     };
     const Case cases[] = {
-        {{520, 519}, {520, 506}, {2, 0}}, // 14 below the bottom edge: snaps
+        {{520, 516}, {520, 506}, {2, 0}}, // 10 below the bottom edge: bottom + 1, list above
+        {{520, 519}, {520, 506}, {2, 0}}, // 14 below: still snaps
         {{520, 520}, {520, 520}, {0, 0}}, // 15 below: free
         {{520, 105}, {520, 93}, {3, 0}},  // bottom near the playlist's top: one empty row
         {{520, 310}, {520, 300}, {4, 0}}, // equal heights: bottoms level wins over tops level
@@ -58,22 +52,6 @@ TEST(CarriedPlaylist, FollowsThePlayerByItsDockingCodes) {
               QPoint(player.right() + 1, player.bottom() + 1));
     EXPECT_EQ(snapping::carriedPlaylist({4, 3}, player, playlist, proposed, offset),
               QPoint(player.right() - 417, player.bottom() - 206));
-}
-
-TEST(SnapPlaylist, FourteenPixelsBelowThePlayerSnapsFifteenDoesNot) {
-    const QRect player = playerAt(100, 100); // bottom 305
-    const QRect list(100, 319, 417, 206);
-    auto placed = snapping::snapPlaylist({100, 319}, list, player);
-    EXPECT_EQ(placed.topLeft.y(), 306);
-    EXPECT_EQ(placed.docking.vertical, 3);
-    placed = snapping::snapPlaylist({100, 320}, list.translated(0, 1), player);
-    EXPECT_EQ(placed.topLeft.y(), 320);
-    EXPECT_EQ(placed.docking.vertical, 0);
-    // More than 15 pixels apart sideways: no snapping at all.
-    const QRect aside(600, 319, 417, 206);
-    placed = snapping::snapPlaylist({600, 319}, aside, player);
-    EXPECT_EQ(placed.topLeft, QPoint(600, 319));
-    EXPECT_FALSE(placed.docking.any());
 }
 
 TEST(SnapPlaylistSize, GripSnapsBottomAndRightEdgesToThePlayer) {

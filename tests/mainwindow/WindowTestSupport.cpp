@@ -4,11 +4,15 @@
 #include "PlayList.h"
 #include "SoundEngine.h"
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <QDir>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QFile>
 #include <QFont>
 #include <QLabel>
+#include <QMimeData>
 #include <QTableWidget>
 
 #include <cmath>
@@ -40,6 +44,18 @@ QTableWidgetItem* rowItem(MP3Database& player, int row) {
 bool rowIsMarked(MP3Database& player, int row) {
     const QTableWidgetItem* item = rowItem(player, row);
     return item && item->font().bold() && item->foreground().color() == QColor(25, 130, 115);
+}
+
+bool dragAndDrop(QWidget& target, QMimeData& data) {
+    QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, {});
+    enter.setAccepted(false);
+    QApplication::sendEvent(&target, &enter);
+    if (!enter.isAccepted()) {
+        return false;
+    }
+    QDropEvent drop(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(&target, &drop);
+    return true;
 }
 
 void WindowTest::SetUp() {

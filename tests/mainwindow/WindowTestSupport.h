@@ -15,6 +15,7 @@
 
 #include <memory>
 
+class QMimeData;
 class QTableWidget;
 class QTableWidgetItem;
 
@@ -37,6 +38,9 @@ QTableWidget* table(MP3Database& player);
 QTableWidgetItem* rowItem(MP3Database& player, int row);
 // True when row `row` has the playing look (bold, RGB 25/130/115).
 bool rowIsMarked(MP3Database& player, int row);
+
+// Drags `data` onto `target` and drops it there when the drag is accepted; returns whether it was.
+bool dragAndDrop(QWidget& target, QMimeData& data);
 
 class WindowTest : public ::testing::Test {
 protected:

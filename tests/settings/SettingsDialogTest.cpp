@@ -1,6 +1,6 @@
 // The settings dialog on a real player window (offline output): its form, the start values it
 // takes from the engine and the player, the live effect of every control, and that OK and
-// Cancel only close it.
+// Cancel only close it. What the "Load last playlist" box does at exit is in SettingsStoreTest.
 #include "LevelMeter.h"
 #include "PlayList.h"
 #include "PlayerTestSupport.h"
@@ -10,8 +10,6 @@
 
 #include <QApplication>
 #include <QDialogButtonBox>
-#include <QDir>
-#include <QFile>
 #include <QGroupBox>
 #include <QPushButton>
 #include <QSettings>
@@ -238,14 +236,6 @@ TEST_F(SettingsDialog, CheckBoxesStartFromThePlayerAndCountOnlyWhenFullyChecked)
     }
 }
 
-TEST(SettingsDialogStart, StoredRoomSizeOf071ShowsAs70) {
-    PlayerSession session({{"Reverb/RoomSize", 0.71}, {"VUMeter/Multiplier", 2.5}});
-    settingsDlg dialog(&session.player(), &session.player().engine(), &session.player().playList());
-    EXPECT_EQ(dialog.form().sliderRoomSize->value(), 70);
-    EXPECT_EQ(dialog.form().labelRoomSize_val->text(), "70%");
-    EXPECT_EQ(dialog.form().sliderMultiplier->value(), 25);
-}
-
 // The settings reach settings.ini when the dialog run from the player's menu has closed,
 // whichever button closed it, and Cancel restores nothing.
 TEST_F(SettingsDialog, CancelKeepsTheMovedValuesAndThePlayerSavesThem) {
@@ -278,30 +268,6 @@ TEST_F(SettingsDialog, CancelKeepsTheMovedValuesAndThePlayerSavesThem) {
         EXPECT_FLOAT_EQ(saved.value("Reverb/RoomSize").toFloat(), room);
         EXPECT_EQ(saved.value("UnknownSonglength/Seconds").toInt(), 600);
         EXPECT_DOUBLE_EQ(saved.value("VUMeter/Multiplier").toDouble(), 1.5);
-    }
-}
-
-// Unpacked zip members live in TMPDIR/Tamberlo_tmp; they survive the exit only while the last
-// playlist is to be loaded again.
-TEST(SettingsDialogExit, LoadLastPlaylistDecidesWhetherTheTempFolderSurvivesTheExit) {
-    for (bool keep : {false, true}) {
-        PlayerSession own; // a fresh player and TMPDIR per case
-        const QString folder = own.tempPath() + "/Tamberlo_tmp";
-        ASSERT_TRUE(QDir().mkpath(folder));
-        QFile member(folder + "/unpacked.mod");
-        ASSERT_TRUE(member.open(QIODevice::WriteOnly));
-        member.write("module bytes");
-        member.close();
-
-        {
-            settingsDlg dialog(&own.player(), &own.player().engine(), &own.player().playList());
-            dialog.form().checkBoxLoadLastPlayList->setChecked(!keep);
-            dialog.form().checkBoxLoadLastPlayList->setChecked(keep);
-        }
-        own.closePlayer();
-        EXPECT_EQ(QFile::exists(folder + "/unpacked.mod"), keep) << "keep " << keep;
-        EXPECT_EQ(QDir(folder).exists(), keep) << "keep " << keep;
-        EXPECT_EQ(QFile::exists(own.tempPath() + "/Tamberlo_Playlist.m3u"), keep);
     }
 }
 

@@ -13,6 +13,13 @@
 
 namespace {
 
+// The family a font file in the application folder's Resources/ really carries.
+QString familyInFile(const QString& appDir, const char* file) {
+    const int id = QFontDatabase::addApplicationFont(skin::resourcePath(appDir, file));
+    const QStringList families = QFontDatabase::applicationFontFamilies(id);
+    return families.isEmpty() ? QString() : families.first();
+}
+
 // The share of pixels of `shot` (a grab at scale 1) equal to the picture file's.
 double shareLike(const QImage& shot, const QString& pictureFile) {
     const QImage picture =
@@ -40,10 +47,6 @@ TEST(PlayerSkin, PausedPlayerShowsThePauseButtonHeldDown) {
 
     QPushButton* pause = form.buttonPause;
     ASSERT_TRUE(pause->isCheckable());
-    EXPECT_TRUE(
-        pause->styleSheet().contains("#buttonPause:checked{color: black;background-image: url(\"" +
-                                     appDir + "/Resources/pause-down.png\");border: none;}"));
-
     const QString up = skin::resourcePath(appDir, "pause.png");
     const QString down = skin::resourcePath(appDir, "pause-down.png");
     pause->setChecked(false);
@@ -88,17 +91,6 @@ TEST(PlayerSkin, ButtonSheetsNameTheirPressedPictureFromTheApplicationFolder) {
     }
 }
 
-} // namespace
-
-namespace {
-
-// The family a font file in the application folder's Resources/ really carries.
-QString familyInFile(const QString& appDir, const char* file) {
-    const int id = QFontDatabase::addApplicationFont(skin::resourcePath(appDir, file));
-    const QStringList families = QFontDatabase::applicationFontFamilies(id);
-    return families.isEmpty() ? QString() : families.first();
-}
-
 TEST(PlayerSkin, LabelsGetTheShippedFontsWithoutAntialiasing) {
     PlayerSession session;
     Ui::MP3DatabaseClass& form = session.player().form();
@@ -127,10 +119,6 @@ TEST(PlayerSkin, LabelsGetTheShippedFontsWithoutAntialiasing) {
         EXPECT_EQ(c.widget->font().styleStrategy() & QFont::NoAntialias, QFont::NoAntialias);
     }
 }
-
-} // namespace
-
-namespace {
 
 // On a high-density screen the top bar's picture comes from its @2x twin, so it stays sharp.
 TEST(PlayerSkin, PicturesForDenseScreensComeFromTheirTwins) {
