@@ -56,6 +56,13 @@ bool MP3Database::dragByTopBar(QEvent* event) {
         snapping::snapPlayer(proposed, player, playList_->geometry());
     dockVertical = placed.docking.vertical;
     dockHorizontal = placed.docking.horizontal;
+    if (placed.docking.any()) {
+        // The rest of this drag goes on from the snapped place: the pointer's hold on the
+        // window shifts by the snap, so a release where the pointer rests keeps the windows
+        // together instead of pulling the player back to the pointer.
+        pressPoint_ += proposed - placed.topLeft;
+        playlistOffset_ = placed.topLeft - playList_->geometry().topLeft();
+    }
     setGeometry(QRect(placed.topLeft, player.size()));
     return true;
 }

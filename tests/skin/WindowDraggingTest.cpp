@@ -66,6 +66,30 @@ TEST_F(WindowDragging, MovingIntoReachSnapsOnThatEvent) {
     EXPECT_EQ(player.dockVertical, 2);
 }
 
+TEST_F(WindowDragging, TheDragThatSnapsCarriesThePlaylistFromThenOn) {
+    press();
+    moveTo({330, 259});
+    ASSERT_EQ(player.pos(), QPoint(330, 250));
+    ASSERT_EQ(player.dockVertical, 2);
+    // Releasing where the pointer rests keeps the windows together, with no gap.
+    releaseAt({330, 259});
+    EXPECT_EQ(player.pos(), QPoint(330, 250));
+    EXPECT_EQ(playlist.geometry().bottom() + 1, player.y());
+    EXPECT_EQ(player.x() - playlist.x(), 30);
+
+    // The same within one drag: after the snap the pointer carries both windows.
+    player.dockVertical = 0;
+    playlist.setGeometry(playlistStart);
+    player.move(320, 400);
+    press();
+    moveTo({330, 259});
+    moveTo({430, 309});
+    releaseAt({430, 309});
+    EXPECT_EQ(player.pos(), QPoint(430, 300));
+    EXPECT_EQ(playlist.geometry().bottom() + 1, player.y());
+    EXPECT_EQ(player.x() - playlist.x(), 30);
+}
+
 TEST_F(WindowDragging, DockedPlaylistFollowsEveryLaterDrag) {
     press();
     releaseAt({320, 259});
