@@ -1,5 +1,7 @@
 #include "EngineTestSupport.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -101,14 +103,45 @@ std::vector<uint8_t> readBytes(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-bool fileExists(const std::string& path) {
-    return std::filesystem::exists(path);
+Loaded load(SoundEngine& engine, const std::string& path, int slot, bool accurate, bool trim,
+            int cutoff) {
+    Loaded loaded;
+    loaded.ok = engine.loadSong(path, slot, accurate, trim, cutoff, &loaded.end, &loaded.type);
+    return loaded;
 }
 
-void mixMs(SoundEngine& engine, unsigned ms) {
+bool channelPlays(const SoundEngine& engine, int slot) {
+    bool playing = false;
+    engine.getChannel(slot).isPlaying(&playing);
+    return playing;
+}
+
+unsigned positionMs(const SoundEngine& engine, int slot) {
+    unsigned position = 0;
+    EXPECT_EQ(engine.getChannel(slot).getPosition(&position, audio::TimeUnit::Ms),
+              audio::Result::Ok);
+    return position;
+}
+
+float mixMs(SoundEngine& engine, unsigned ms) {
     const size_t frames = 44100u * ms / 1000;
     std::vector<float> out(frames * 2);
     engine.getSystem()->mix(frames, out.data());
+    float peak = 0;
+    for (float v : out) {
+        peak = std::max(peak, std::fabs(v));
+    }
+    return peak;
+}
+
+int ticksUntilEnd(SoundEngine& engine, PlaybackSequencer& sequencer, int limit) {
+    for (int ticks = 1; ticks <= limit; ++ticks) {
+        mixMs(engine, 20);
+        if (sequencer.tick().ended) {
+            return ticks;
+        }
+    }
+    return -1;
 }
 
 } // namespace enginetest

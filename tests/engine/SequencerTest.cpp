@@ -2,7 +2,6 @@
 // the end detected on the tick, the measured end on an entry's first play and the stored full
 // length on later plays, and a failed load that ends at once.
 #include "EngineTestSupport.h"
-#include "PlaybackSequencer.h"
 
 #include <gtest/gtest.h>
 
@@ -15,17 +14,6 @@ SequencedEntry entryFor(const std::string& path) {
     SequencedEntry entry;
     entry.path = path;
     return entry;
-}
-
-// Ticks (20 ms of mixing, then the check) until the song ends; returns the tick count.
-int ticksUntilEnd(SoundEngine& engine, PlaybackSequencer& sequencer, int limit = 10000) {
-    for (int ticks = 1; ticks <= limit; ++ticks) {
-        mixMs(engine, 20);
-        if (sequencer.tick().ended) {
-            return ticks;
-        }
-    }
-    return -1;
 }
 
 TEST(Sequencer, SongsAlternateSlotsAndEndOnTheTickThatReachesTheirLength) {
@@ -48,9 +36,7 @@ TEST(Sequencer, SongsAlternateSlotsAndEndOnTheTickThatReachesTheirLength) {
     SequencedEntry half = entryFor(dir.file("half.wav"));
     ASSERT_TRUE(sequencer.start(half).loaded);
     EXPECT_EQ(sequencer.slot(), 0);
-    bool playing = true;
-    engine->getChannel(1).isPlaying(&playing);
-    EXPECT_FALSE(playing) << "the old slot's channel is stopped";
+    EXPECT_FALSE(channelPlays(*engine, 1)) << "the old slot's channel is stopped";
     EXPECT_EQ(ticksUntilEnd(*engine, sequencer), 25);
 
     sequencer.stop();
