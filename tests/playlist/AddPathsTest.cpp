@@ -16,13 +16,10 @@
 namespace fs = std::filesystem;
 using playlisttest::LogMessage;
 using playlisttest::ModelRig;
+using playlisttest::q;
 using playlisttest::TitlesAndPaths;
 
 namespace {
-
-QString q(const std::string& text) {
-    return QString::fromStdString(text);
-}
 
 TEST(AddPaths, EachBranchInOneCallAppendsInOrderWithOneSignal) {
     ModelRig rig;

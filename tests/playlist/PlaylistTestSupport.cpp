@@ -3,26 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <fstream>
 #include <regex>
 #include <sstream>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace playlisttest {
 
 ScratchFolder::ScratchFolder() {
-    static std::atomic<int> serial{0};
-    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = "tamberlo-playlist-" + std::to_string(::getpid()) + "-" +
-                       std::to_string(serial++) + "-" + (test ? test->name() : "fuzz");
-    std::replace(name.begin(), name.end(), '/', '_');
-    path_ = fs::temp_directory_path() / name;
-    fs::remove_all(path_);
-    fs::create_directories(path_);
+    std::string name = (fs::temp_directory_path() / "tamberlo-playlist-XXXXXX").string();
+    if (::mkdtemp(name.data()) == nullptr) {
+        throw fs::filesystem_error("cannot make a scratch folder", name, std::error_code());
+    }
+    path_ = name;
 }
 
 ScratchFolder::~ScratchFolder() {

@@ -18,13 +18,10 @@
 namespace fs = std::filesystem;
 using playlisttest::LogMessage;
 using playlisttest::ModelRig;
+using playlisttest::q;
 using playlisttest::readFile;
 
 namespace {
-
-QString q(const std::string& text) {
-    return QString::fromStdString(text);
-}
 
 // Writes an archive with the given (name, data) members in order, deflated.
 void writeZipWithNames(const std::string& path,
