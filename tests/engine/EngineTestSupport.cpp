@@ -1,6 +1,9 @@
 #include "EngineTestSupport.h"
 
-#include <cstring>
+#include "WavWriter.h"
+
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -67,27 +70,15 @@ std::unique_ptr<SoundEngine> offlineEngine() {
 
 void writeWav(const std::string& path, int rate, uint32_t frames,
               const std::function<int16_t(uint32_t, int)>& sample) {
-    std::vector<uint8_t> bytes(44 + static_cast<size_t>(frames) * 4);
-    auto put32 = [&](size_t at, uint32_t v) { std::memcpy(&bytes[at], &v, 4); };
-    auto put16 = [&](size_t at, uint16_t v) { std::memcpy(&bytes[at], &v, 2); };
-    std::memcpy(&bytes[0], "RIFF", 4);
-    put32(4, static_cast<uint32_t>(bytes.size() - 8));
-    std::memcpy(&bytes[8], "WAVEfmt ", 8);
-    put32(16, 16);
-    put16(20, 1);
-    put16(22, 2);
-    put32(24, static_cast<uint32_t>(rate));
-    put32(28, static_cast<uint32_t>(rate) * 4);
-    put16(32, 4);
-    put16(34, 16);
-    std::memcpy(&bytes[36], "data", 4);
-    put32(40, frames * 4);
-    for (uint32_t f = 0; f < frames; ++f) {
-        for (int side = 0; side < 2; ++side) {
-            put16(44 + f * 4 + side * 2, static_cast<uint16_t>(sample(f, side)));
-        }
+    // The library's own writer: 16-bit values survive the float round trip exactly.
+    std::vector<float> values(size_t{frames} * 2);
+    for (size_t i = 0; i < values.size(); ++i) {
+        values[i] = sample(static_cast<uint32_t>(i / 2), static_cast<int>(i % 2)) / 32768.0f;
     }
-    writeBytes(path, bytes);
+    std::unique_ptr<audio::WavWriter> writer;
+    ASSERT_EQ(audio::WavWriter::open(path, rate, &writer), audio::Result::Ok);
+    EXPECT_EQ(writer->write(values.data(), frames), audio::Result::Ok);
+    EXPECT_EQ(writer->finish(), audio::Result::Ok);
 }
 
 void writeBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
@@ -101,14 +92,45 @@ std::vector<uint8_t> readBytes(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-bool fileExists(const std::string& path) {
-    return std::filesystem::exists(path);
+Loaded load(SoundEngine& engine, const std::string& path, int slot, bool accurate, bool trim,
+            int cutoff) {
+    Loaded loaded;
+    loaded.ok = engine.loadSong(path, slot, accurate, trim, cutoff, &loaded.end, &loaded.type);
+    return loaded;
 }
 
-void mixMs(SoundEngine& engine, unsigned ms) {
+bool channelPlays(const SoundEngine& engine, int slot) {
+    bool playing = false;
+    engine.getChannel(slot).isPlaying(&playing);
+    return playing;
+}
+
+unsigned positionMs(const SoundEngine& engine, int slot) {
+    unsigned position = 0;
+    EXPECT_EQ(engine.getChannel(slot).getPosition(&position, audio::TimeUnit::Ms),
+              audio::Result::Ok);
+    return position;
+}
+
+float mixMs(SoundEngine& engine, unsigned ms) {
     const size_t frames = 44100u * ms / 1000;
     std::vector<float> out(frames * 2);
     engine.getSystem()->mix(frames, out.data());
+    float peak = 0;
+    for (float v : out) {
+        peak = std::max(peak, std::fabs(v));
+    }
+    return peak;
+}
+
+int ticksUntilEnd(SoundEngine& engine, PlaybackSequencer& sequencer, int limit) {
+    for (int ticks = 1; ticks <= limit; ++ticks) {
+        mixMs(engine, 20);
+        if (sequencer.tick().ended) {
+            return ticks;
+        }
+    }
+    return -1;
 }
 
 } // namespace enginetest

@@ -5,6 +5,7 @@
 // Threading: test thread only.
 
 #include "LogFile.h"
+#include "PlaybackSequencer.h"
 #include "SoundEngine.h"
 
 #include <cstdint>
@@ -55,9 +56,24 @@ void writeWav(const std::string& path, int rate, uint32_t frames,
 
 void writeBytes(const std::string& path, const std::vector<uint8_t>& bytes);
 std::vector<uint8_t> readBytes(const std::string& path);
-bool fileExists(const std::string& path);
 
-// Renders `ms` milliseconds of the offline engine's output (the player's ticks do the same).
-void mixMs(SoundEngine& engine, unsigned ms);
+// What loadSong reported; `type` starts as "stale" so a failed load must clear it.
+struct Loaded {
+    bool ok = false;
+    int end = 0;
+    std::string type = "stale";
+};
+Loaded load(SoundEngine& engine, const std::string& path, int slot, bool accurate = false,
+            bool trim = false, int cutoff = 0);
+
+bool channelPlays(const SoundEngine& engine, int slot);
+unsigned positionMs(const SoundEngine& engine, int slot);
+
+// Renders `ms` milliseconds of the offline engine's output (the player's ticks do the same) and
+// returns the peak magnitude of what was rendered.
+float mixMs(SoundEngine& engine, unsigned ms);
+
+// Ticks (20 ms of mixing, then the check) until the song ends; returns the tick count, or -1.
+int ticksUntilEnd(SoundEngine& engine, PlaybackSequencer& sequencer, int limit = 10000);
 
 } // namespace enginetest

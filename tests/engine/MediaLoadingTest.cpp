@@ -2,15 +2,14 @@
 // file that only the module ripper can make playable plays the converted module.
 #include "EngineTestSupport.h"
 #include "IcecastServer.h"
-
 #include "ModulePacker.h"
-#include "PlaybackSequencer.h"
-#include <chrono>
-#include <thread>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <thread>
 
 namespace enginetest {
 namespace {
@@ -23,14 +22,6 @@ std::string media(const std::string& name) {
 std::string ripperBesidePrograms() {
     const char* dir = std::getenv("TAMBERLO_APP_DIR");
     return std::string(dir != nullptr ? dir : TAMBERLO_APP_DIR_PATH) + "/tamberlo-rip";
-}
-
-size_t filesIn(const std::string& dir) {
-    size_t count = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(dir)) {
-        ++count;
-    }
-    return count;
 }
 
 TEST(MediaLoading, GzipSongsPlayFromMemoryWithTheirOwnType) {
@@ -48,18 +39,16 @@ TEST(MediaLoading, GzipSongsPlayFromMemoryWithTheirOwnType) {
         ScratchDir dir("gzip");
         CapturedLog log(dir.file("log.html"));
         auto engine = offlineEngine();
-        int end = 0;
-        std::string type;
-        ASSERT_TRUE(engine->loadSong(media(c.file), 0, false, true, 0, &end, &type));
-        EXPECT_EQ(type, c.type);
-        EXPECT_GT(end, 0);
+        const Loaded loaded = load(*engine, media(c.file), 0, false, true);
+        ASSERT_TRUE(loaded.ok);
+        EXPECT_EQ(loaded.type, c.type);
+        EXPECT_GT(loaded.end, 0);
         EXPECT_TRUE(log.contains("read bytes:180000"));
         engine->startSlot(0);
         mixMs(*engine, 200);
-        unsigned position = 0;
-        engine->getChannel(0).getPosition(&position, audio::TimeUnit::Ms);
-        EXPECT_GT(position, 0u);
-        EXPECT_EQ(filesIn(dir.path()), 1u) << "only the log: nothing unpacked onto disk";
+        EXPECT_GT(positionMs(*engine, 0), 0u);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1)
+            << "only the log: nothing unpacked onto disk";
     }
 }
 
@@ -76,18 +65,15 @@ TEST(MediaLoading, RefusedFileWithAPackedModulePlaysTheRippedModule) {
     CapturedLog log(dir.file("log.html"));
     auto engine = offlineEngine();
     engine->setRipperPath(ripperBesidePrograms());
-    int end = 0;
-    std::string type;
-    ASSERT_TRUE(engine->loadSong(dir.file("packed.bin"), 1, false, true, 0, &end, &type));
+    const Loaded loaded = load(*engine, dir.file("packed.bin"), 1, false, true);
+    ASSERT_TRUE(loaded.ok);
     EXPECT_TRUE(log.contains("Module ripper ripped a song!"));
-    EXPECT_EQ(type, "Protracker/Fasttracker");
-    EXPECT_GT(end, 10000) << "measured on the ripped module";
-    EXPECT_FALSE(fileExists("-1.mod"));
+    EXPECT_EQ(loaded.type, "Protracker/Fasttracker");
+    EXPECT_GT(loaded.end, 10000) << "measured on the ripped module";
+    EXPECT_FALSE(std::filesystem::exists("-1.mod"));
     engine->startSlot(1);
     mixMs(*engine, 500);
-    unsigned position = 0;
-    engine->getChannel(1).getPosition(&position, audio::TimeUnit::Ms);
-    EXPECT_GT(position, 400u);
+    EXPECT_GT(positionMs(*engine, 1), 400u);
 }
 
 TEST(MediaLoading, LiveStreamHasNoEndAndTheUnknownLengthLimitActsFromItsSecondPlay) {
@@ -127,12 +113,7 @@ TEST(MediaLoading, LiveStreamHasNoEndAndTheUnknownLengthLimitActsFromItsSecondPl
 
     ASSERT_TRUE(sequencer.start(radio).loaded);
     EXPECT_EQ(sequencer.endMs(), 1000u);
-    int ticks = 0;
-    while (ticks < 200 && !sequencer.tick().ended) {
-        mixMs(*engine, 20);
-        ++ticks;
-    }
-    EXPECT_EQ(ticks, 50);
+    EXPECT_EQ(ticksUntilEnd(*engine, sequencer, 200), 50);
     sequencer.stop();
 }
 

@@ -11,7 +11,6 @@ constexpr int16_t Loud = 12000;
 
 struct Song {
     const char* name;
-    uint32_t frames;
     std::function<int16_t(uint32_t, int)> sample;
     int threshold;
     int expectedStart;
@@ -22,46 +21,42 @@ uint32_t secondsOf(double s) {
     return static_cast<uint32_t>(s * 44100);
 }
 
+// Every song is ten seconds long.
 TEST(SilenceMeasure, StartAndEndOfGeneratedSongs) {
-    const uint32_t tenSeconds = secondsOf(10);
     const Song songs[] = {
         // Loud from the first to the last sample.
-        {"loud", tenSeconds, [](uint32_t, int) { return Loud; }, 0, 0, 765},
+        {"loud", [](uint32_t, int) { return Loud; }, 0, 0, 765},
         // More than the 45,000 frames read are silent: the start saturates at 1020 ms.
-        {"late-start", tenSeconds,
-         [](uint32_t f, int) { return f < secondsOf(2) ? int16_t{0} : Loud; }, 0, 1020, 765},
+        {"late-start", [](uint32_t f, int) { return f < secondsOf(2) ? int16_t{0} : Loud; }, 0,
+         1020, 765},
         // Loud from frame 4410 (100 ms): the counter stops at 4412, a quarter of 100 ms.
-        {"100ms-silence", tenSeconds, [](uint32_t f, int) { return f < 4410 ? int16_t{0} : Loud; },
-         0, 25, 765},
+        {"100ms-silence", [](uint32_t f, int) { return f < 4410 ? int16_t{0} : Loud; }, 0, 25, 765},
         // The end window (from 180,000 frames before the end, 45,000 frames long) is loud for
         // its first 22,500 frames: the scan stops 157,500 bytes before its end.
-        {"half-loud-end-window", tenSeconds,
+        {"half-loud-end-window",
          [](uint32_t f, int) { return f < secondsOf(10) - 180000 + 22500 ? Loud : int16_t{0}; }, 0,
          0, 892},
         // All of the end window silent: the whole read counts as trailing silence.
-        {"silent-end-window", tenSeconds,
-         [](uint32_t f, int) { return f < secondsOf(5) ? Loud : int16_t{0}; }, 0, 0, 1020},
+        {"silent-end-window", [](uint32_t f, int) { return f < secondsOf(5) ? Loud : int16_t{0}; },
+         0, 0, 1020},
         // Threshold 0: a pair of ones (0x00010001) is sound.
-        {"quiet-threshold-0", tenSeconds, [](uint32_t, int) { return int16_t{1}; }, 0, 0, 765},
+        {"quiet-threshold-0", [](uint32_t, int) { return int16_t{1}; }, 0, 0, 765},
         // The same pair is silence below a threshold above 65,537.
-        {"quiet-threshold-high", tenSeconds, [](uint32_t, int) { return int16_t{1}; }, 65537, 1020,
-         1020},
+        {"quiet-threshold-high", [](uint32_t, int) { return int16_t{1}; }, 65537, 1020, 1020},
         // Only the left side loud: the pair's magnitude is the left value, compared as a whole.
-        {"left-only", tenSeconds, [](uint32_t, int side) { return side == 0 ? Loud : int16_t{0}; },
-         11999, 0, 765},
+        {"left-only", [](uint32_t, int side) { return side == 0 ? Loud : int16_t{0}; }, 11999, 0,
+         765},
     };
     for (const Song& song : songs) {
         SCOPED_TRACE(song.name);
         ScratchDir dir(song.name);
-        writeWav(dir.file("song.wav"), 44100, song.frames, song.sample);
+        writeWav(dir.file("song.wav"), 44100, secondsOf(10), song.sample);
         CapturedLog log(dir.file("log.html"));
         auto engine = offlineEngine();
-        int end = 0;
-        std::string type;
-        ASSERT_TRUE(
-            engine->loadSong(dir.file("song.wav"), 0, false, true, song.threshold, &end, &type));
-        const int lengthMs = static_cast<int>(uint64_t{song.frames} * 1000 / 44100);
-        EXPECT_EQ(lengthMs - end, song.endBeforeLength);
+        const Loaded loaded = load(*engine, dir.file("song.wav"), 0, false, true, song.threshold);
+        ASSERT_TRUE(loaded.ok);
+        const int end = loaded.end;
+        EXPECT_EQ(10000 - end, song.endBeforeLength);
         EXPECT_TRUE(log.contains("read bytes:180000"));
         EXPECT_TRUE(log.contains("Found start at: " + std::to_string(song.expectedStart) + " of " +
                                  dir.file("song.wav")));
@@ -69,9 +64,8 @@ TEST(SilenceMeasure, StartAndEndOfGeneratedSongs) {
         EXPECT_TRUE(log.contains("Found end at: " + std::to_string(end) + " (" +
                                  std::to_string(s / 60) + ":" + std::to_string(s % 60) + "." +
                                  std::to_string(end - s * 1000) + ")"));
-        unsigned position = 0;
-        engine->getChannel(0).getPosition(&position, audio::TimeUnit::Ms);
-        EXPECT_NEAR(static_cast<int>(position), song.expectedStart, 1); // ms <-> frames rounding
+        // ms <-> frames rounding
+        EXPECT_NEAR(static_cast<int>(positionMs(*engine, 0)), song.expectedStart, 1);
     }
 }
 

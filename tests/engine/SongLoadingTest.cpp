@@ -2,15 +2,11 @@
 // bad input that must be logged and refused without crashing or hanging.
 #include "EngineTestSupport.h"
 
-#include <arpa/inet.h>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <unistd.h>
-#include <zlib.h>
 
 namespace enginetest {
 namespace {
@@ -19,51 +15,38 @@ std::function<int16_t(uint32_t, int)> tone() {
     return [](uint32_t f, int) { return static_cast<int16_t>(f % 64 < 32 ? 8000 : -8000); };
 }
 
-bool channelPlays(const SoundEngine& engine, int slot) {
-    bool playing = false;
-    engine.getChannel(slot).isPlaying(&playing);
-    return playing;
-}
-
-TEST(SongLoading, SlotsUseTheirOwnChannelAndCrosswiseFrequencyFields) {
+TEST(SongLoading, SlotsKeepTheirOwnChannelAndFrequencyAndWaitPausedUntilStarted) {
     ScratchDir dir("slots");
     writeWav(dir.file("48k.wav"), 48000, 48000, tone());
     writeWav(dir.file("22k.wav"), 22050, 22050, tone());
     auto engine = offlineEngine();
-    int end = 0;
-    std::string type;
-    ASSERT_TRUE(engine->loadSong(dir.file("48k.wav"), 1, false, false, 0, &end, &type));
+    ASSERT_TRUE(load(*engine, dir.file("48k.wav"), 1).ok);
     EXPECT_EQ(engine->getBaseFrequency(1), 48000);
     EXPECT_EQ(engine->getBaseFrequency(0), 0);
-    EXPECT_TRUE(channelPlays(*engine, 1));
-    EXPECT_FALSE(channelPlays(*engine, 0));
-    ASSERT_TRUE(engine->loadSong(dir.file("22k.wav"), 0, false, false, 0, &end, &type));
+    // Slot 1 is channel A; every other value is channel B, which is still empty.
+    for (int slot : {1, 0, 2, -1}) {
+        EXPECT_EQ(channelPlays(*engine, slot), slot == 1) << slot;
+    }
+    const Loaded loaded = load(*engine, dir.file("22k.wav"), 0);
+    ASSERT_TRUE(loaded.ok);
+    EXPECT_EQ(loaded.type, "Microsoft WAV");
+    EXPECT_EQ(loaded.end, 1000); // trim off: the full length
     EXPECT_EQ(engine->getBaseFrequency(0), 22050);
     EXPECT_EQ(engine->getBaseFrequency(1), 48000);
     EXPECT_TRUE(channelPlays(*engine, 0));
-    EXPECT_EQ(type, "Microsoft WAV");
-    EXPECT_EQ(end, 1000); // trim off: the full length
-}
 
-TEST(SongLoading, LoadedSongWaitsPausedAtZeroUntilStartSlot) {
-    ScratchDir dir("paused");
-    writeWav(dir.file("a.wav"), 44100, 44100, tone());
-    auto engine = offlineEngine();
-    int end = 0;
-    std::string type;
-    ASSERT_TRUE(engine->loadSong(dir.file("a.wav"), 0, false, false, 0, &end, &type));
     mixMs(*engine, 100);
-    unsigned position = 1;
-    engine->getChannel(0).getPosition(&position, audio::TimeUnit::Ms);
-    EXPECT_EQ(position, 0u);
+    EXPECT_EQ(positionMs(*engine, 0), 0u) << "loaded paused";
     EXPECT_TRUE(engine->startSlot(0));
     mixMs(*engine, 100);
-    engine->getChannel(0).getPosition(&position, audio::TimeUnit::Ms);
-    EXPECT_EQ(position, 100u);
+    EXPECT_EQ(positionMs(*engine, 0), 100u);
+    EXPECT_EQ(positionMs(*engine, 1), 0u) << "only the started slot moves";
     engine->stopAll();
-    EXPECT_FALSE(channelPlays(*engine, 0));
-    EXPECT_FALSE(engine->isLoaded(0));
-    EXPECT_EQ(engine->getSound(0), nullptr);
+    for (int slot : {0, 1}) {
+        EXPECT_FALSE(channelPlays(*engine, slot));
+        EXPECT_FALSE(engine->isLoaded(slot));
+        EXPECT_EQ(engine->getSound(slot), nullptr);
+    }
 }
 
 // A stream plays on one channel at a time; a whole sample may play on several. So playing the
@@ -91,56 +74,28 @@ TEST(SongLoading, LowerCaseFcLoadsAsWholeSampleEvenWithAccurateAndEverythingElse
         SCOPED_TRACE(std::string(c.name) + (c.accurate ? " accurate" : ""));
         writeWav(dir.file(c.name), 44100, 44100, tone());
         auto engine = offlineEngine();
-        int end = 0;
-        std::string type;
-        ASSERT_TRUE(engine->loadSong(dir.file(c.name), 0, c.accurate, false, 0, &end, &type));
+        ASSERT_TRUE(load(*engine, dir.file(c.name), 0, c.accurate).ok);
         EXPECT_EQ(loadedAsWholeSample(*engine, 0), c.wholeSample);
     }
-}
-
-// A TCP port on this machine that nothing listens on.
-int closedPort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    ::bind(fd, reinterpret_cast<sockaddr*>(&address), size);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-    ::close(fd);
-    return ntohs(address.sin_port);
-}
-
-std::vector<uint8_t> gzipBytes(const std::vector<uint8_t>& data) {
-    uLongf size = compressBound(static_cast<uLong>(data.size())) + 32;
-    std::vector<uint8_t> out(size);
-    z_stream stream{};
-    deflateInit2(&stream, 9, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY); // gzip wrapper
-    stream.next_in = const_cast<uint8_t*>(data.data());
-    stream.avail_in = static_cast<uInt>(data.size());
-    stream.next_out = out.data();
-    stream.avail_out = static_cast<uInt>(out.size());
-    deflate(&stream, Z_FINISH);
-    out.resize(stream.total_out);
-    deflateEnd(&stream);
-    return out;
 }
 
 TEST(SongLoading, BadInputIsLoggedAndRefusedWithoutHarm) {
     ScratchDir dir("bad");
     writeWav(dir.file("song.wav"), 44100, 44100, tone());
-    const std::vector<uint8_t> gz = gzipBytes(readBytes(dir.file("song.wav")));
+    ASSERT_EQ(std::system("gzip -kn song.wav"), 0);
+    const std::vector<uint8_t> gz = readBytes(dir.file("song.wav.gz"));
 
-    std::vector<uint8_t> bomb = gz; // a small file whose trailer claims 4 GiB
-    bomb[bomb.size() - 4] = bomb[bomb.size() - 3] = bomb[bomb.size() - 2] = bomb[bomb.size() - 1] =
-        0xFF;
-    writeBytes(dir.file("bomb.wav.gz"), bomb);
+    // The gzip trailer's last four bytes give the uncompressed size, little-endian.
+    auto withClaimedSize = [&gz](uint32_t size) {
+        std::vector<uint8_t> bytes = gz;
+        for (size_t i = 0; i < 4; ++i) {
+            bytes[bytes.size() - 4 + i] = static_cast<uint8_t>(size >> (8 * i));
+        }
+        return bytes;
+    };
+    writeBytes(dir.file("bomb.wav.gz"), withClaimedSize(0xFFFFFFFF)); // small file, claims 4 GiB
+    writeBytes(dir.file("understated.wav.gz"), withClaimedSize(16));  // less than the data holds
     writeBytes(dir.file("truncated.wav.gz"), {gz.begin(), gz.begin() + gz.size() / 2});
-    std::vector<uint8_t> understated = gz; // the trailer claims less than the data holds
-    understated[understated.size() - 4] = 0x10;
-    understated[understated.size() - 3] = understated[understated.size() - 2] =
-        understated[understated.size() - 1] = 0;
-    writeBytes(dir.file("understated.wav.gz"), understated);
     std::filesystem::create_directory(dir.file("folder.wav")); // opens, but cannot be read
     writeBytes(dir.file("noise.bin"), std::vector<uint8_t>(5000, 0x5A));
 
@@ -155,20 +110,19 @@ TEST(SongLoading, BadInputIsLoggedAndRefusedWithoutHarm) {
         {dir.file("folder.wav"), "Audio error!"},
         {dir.file("missing.wav"), "Audio error!"},
         {dir.file("noise.bin"), "Audio error!"},
-        {"http://127.0.0.1:" + std::to_string(closedPort()) + "/stream", "Audio error!"},
+        {"http://127.0.0.1:1/stream", "Audio error!"}, // nothing listens there
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.path);
         CapturedLog log(dir.file("log.html"));
         auto engine = offlineEngine();
         engine->setRipperPath("/bin/true"); // finds nothing, quickly
-        int end = 0;
-        std::string type = "stale";
         const auto started = std::chrono::steady_clock::now();
-        EXPECT_FALSE(engine->loadSong(c.path, 1, false, true, 0, &end, &type));
+        const Loaded loaded = load(*engine, c.path, 1, false, true);
+        EXPECT_FALSE(loaded.ok);
         EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
         EXPECT_TRUE(log.contains(c.logged));
-        EXPECT_EQ(type, "") << "no type name for a failed load";
+        EXPECT_EQ(loaded.type, "") << "no type name for a failed load";
         EXPECT_FALSE(channelPlays(*engine, 1));
         engine->stopAll(); // releasing a failed slot is refused, logged and harmless
     }
@@ -205,12 +159,10 @@ TEST(SongLoading, RipperThatCrashesHangsOrFailsNeverAffectsTheEngine) {
         auto engine = offlineEngine();
         engine->setRipperPath(c.ripper);
         engine->setRipperTimeout(std::chrono::milliseconds(500));
-        int end = 0;
-        std::string type;
-        EXPECT_FALSE(engine->loadSong(dir.file("noise.bin"), 0, false, false, 0, &end, &type));
+        EXPECT_FALSE(load(*engine, dir.file("noise.bin"), 0).ok);
         EXPECT_TRUE(log.contains(c.logged));
         EXPECT_FALSE(log.contains("Module ripper ripped a song!"));
-        EXPECT_FALSE(fileExists("-1.mod"));
+        EXPECT_FALSE(std::filesystem::exists("-1.mod"));
     }
 }
 

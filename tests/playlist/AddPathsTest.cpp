@@ -16,23 +16,22 @@
 namespace fs = std::filesystem;
 using playlisttest::LogMessage;
 using playlisttest::ModelRig;
+using playlisttest::q;
 using playlisttest::TitlesAndPaths;
 
 namespace {
-
-QString q(const std::string& text) {
-    return QString::fromStdString(text);
-}
 
 TEST(AddPaths, EachBranchInOneCallAppendsInOrderWithOneSignal) {
     ModelRig rig;
     const std::string dir = rig.folder.str();
     rig.folder.write("lists/a.M3U", "#EXTM3U\n/x.mp3\n");
     rig.folder.write("lists/b.Pls", "[playlist]\nFile1=/y.mp3\n");
+    const std::string huge =
+        rig.folder.write("lists/huge.m3u", std::string(MaxPlaylistLines + 1, '\n'));
 
     rig.model->addPaths({q(dir + "/lists/a.M3U"), q("HTTP://host/a.mp3"), q("http://host/live"),
                          q(dir + "/lists/b.Pls"), q("C:\\Music\\z.mp3"), q(" spaced name.mp3 "),
-                         q("/gone/folder/"), q(dir + "/lists/missing.m3u"),
+                         q("/gone/folder/"), q(dir + "/lists/missing.m3u"), q(huge),
                          QStringLiteral("/music/caf\u00e9.mp3")});
 
     const TitlesAndPaths expected = {
@@ -47,21 +46,14 @@ TEST(AddPaths, EachBranchInOneCallAppendsInOrderWithOneSignal) {
     };
     EXPECT_EQ(playlisttest::titlesAndPaths(rig.model->entries()), expected);
     EXPECT_EQ(rig.signalsSeen, std::vector<std::string>{"appended 0 8"});
-    EXPECT_TRUE(rig.messages().empty()); // a missing list file adds nothing and says nothing
+    // A missing list file adds nothing and says nothing; one too large adds nothing and says so.
+    EXPECT_EQ(rig.messages(), (std::vector<LogMessage>{{"red", "Playlist file '" + huge +
+                                                                   "' is too large; not read!"}}));
 
     rig.model->addPaths({q("/again.mp3"), q("/again.mp3")}); // duplicates are fine
     rig.model->addPaths({q(dir + "/lists/missing.m3u")});    // nothing added: no signal
     EXPECT_EQ(rig.model->count(), 10);
     EXPECT_EQ(rig.signalsSeen, (std::vector<std::string>{"appended 0 8", "appended 8 2"}));
-}
-
-TEST(AddPaths, OversizedListFileIsLoggedAndAddsNothing) {
-    ModelRig rig;
-    const std::string list = rig.folder.write("huge.m3u", std::string(MaxPlaylistLines + 1, '\n'));
-    rig.model->addPaths({q(list)});
-    EXPECT_EQ(rig.model->count(), 0);
-    EXPECT_EQ(rig.messages(), (std::vector<LogMessage>{{"red", "Playlist file '" + list +
-                                                                   "' is too large; not read!"}}));
 }
 
 // Creates a folder tree from folder-relative file names (each file holds its own name).
@@ -79,11 +71,14 @@ QStringList expectedPaths(const std::string& root, const std::vector<std::string
     return out;
 }
 
-TEST(CollectDirectory, SubfolderFilesComeFirstThenOwnFilesInNameOrder) {
+TEST(CollectDirectory, SubfolderFilesComeFirstThenOwnFilesInNameOrderLinkLoopsWalkedOnce) {
     ModelRig rig;
     makeTree(rig.folder, {"t/b.mp3", "t/A.mp3", "t/.hidden.mp3", "t/s/a.mp3", "t/s/t/c.mp3",
                           "t/u/d.mp3", "t/.hiddendir/e.mp3", "other/f.mp3"});
     const std::string root = rig.folder.str() + "/t";
+    fs::create_directory_symlink("..", root + "/s/loop");   // back up to t
+    fs::create_directory_symlink(".", root + "/self");      // to itself
+    fs::create_directory_symlink(root + "/s", root + "/z"); // a second way into s
     const QStringList first = rig.model->collectDirectory(q(root), true);
     EXPECT_EQ(first, expectedPaths(root, {"s/t/c.mp3", "s/a.mp3", "u/d.mp3", "A.mp3", "b.mp3"}));
 
@@ -93,17 +88,6 @@ TEST(CollectDirectory, SubfolderFilesComeFirstThenOwnFilesInNameOrder) {
               first + expectedPaths(other, {"f.mp3"}));
     EXPECT_EQ(rig.model->collectDirectory(q(other), true), expectedPaths(other, {"f.mp3"}));
     EXPECT_TRUE(rig.model->collectDirectory(q(rig.folder.str() + "/none"), true).isEmpty());
-}
-
-TEST(CollectDirectory, SymbolicLinkLoopsAreWalkedOnce) {
-    ModelRig rig;
-    makeTree(rig.folder, {"t/a.mp3", "t/sub/b.mp3"});
-    const fs::path root = rig.folder.path() / "t";
-    fs::create_directory_symlink("..", root / "sub" / "loop");  // back up to t
-    fs::create_directory_symlink(".", root / "self");           // to itself
-    fs::create_directory_symlink(root / "sub", root / "zlink"); // second way into sub
-    const QStringList files = rig.model->collectDirectory(q(root.string()), true);
-    EXPECT_EQ(files, expectedPaths(root.string(), {"sub/b.mp3", "a.mp3"}));
 }
 
 // Returns an empty text when collecting `root` gives only the readable file and logs the locked

@@ -34,43 +34,35 @@ std::string titles(const PlaylistModel& model) {
     return out;
 }
 
-struct RemoveCase {
-    const char* name;
-    std::vector<int> rows;
-    int currentBefore;
-    int currentAfter;
-    std::string titlesAfter;
-    std::vector<std::string> signalsExpected;
-};
-
-class RemoveRows : public ::testing::TestWithParam<RemoveCase> {};
-
-void PrintTo(const RemoveCase& removeCase, std::ostream* out) {
-    *out << removeCase.name;
+TEST(RemoveRows, KeepsThePlayingSongAndReportsBlocksFromTheBottom) {
+    struct Case {
+        std::vector<int> rows;
+        int currentBefore;
+        int currentAfter;
+        std::string titlesAfter;
+        std::vector<std::string> signalsExpected;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {{2, 5}, 7, 5, "01346789", {"removed 5 1", "removed 2 1"}}, // below the playing row
+        {{7}, 7, 7, "012345689", {"removed 7 1"}},                  // playing row: index kept
+        {{9}, 9, 9, "012345678", {"removed 9 1"}},                  // ... as the last row too
+        {{}, 3, 3, "0123456789", {}},
+        {{5, 2, 5, -1, 42, 3}, 4, 2, "0146789", {"removed 5 1", "removed 2 2"}}, // unsorted, bad
+        {{0, 1, 2}, -1, -1, "3456789", {"removed 0 3"}},
+        {{9, 8, 7, 6, 5, 4, 3, 2, 1, 0}, 4, 0, "", {"removed 0 10"}},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.titlesAfter);
+        ModelRig rig;
+        fillTen(rig);
+        rig.signalsSeen.clear();
+        EXPECT_EQ(rig.model->removeRows(c.rows, c.currentBefore), c.currentAfter);
+        EXPECT_EQ(titles(*rig.model), c.titlesAfter);
+        EXPECT_EQ(rig.signalsSeen, c.signalsExpected);
+    }
 }
-
-TEST_P(RemoveRows, KeepsPlayingSongAndReportsBlocksFromTheBottom) {
-    ModelRig rig;
-    fillTen(rig);
-    const RemoveCase& c = GetParam();
-    rig.signalsSeen.clear();
-    EXPECT_EQ(rig.model->removeRows(c.rows, c.currentBefore), c.currentAfter);
-    EXPECT_EQ(titles(*rig.model), c.titlesAfter);
-    EXPECT_EQ(rig.signalsSeen, c.signalsExpected);
-}
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Cases, RemoveRows, ::testing::Values(
-    RemoveCase{"BelowPlayingRow", {2, 5}, 7, 5, "01346789", {"removed 5 1", "removed 2 1"}},
-    RemoveCase{"PlayingRowKeepsIndex", {7}, 7, 7, "012345689", {"removed 7 1"}},
-    RemoveCase{"LastRowWhilePlaying", {9}, 9, 9, "012345678", {"removed 9 1"}},
-    RemoveCase{"NothingSelected", {}, 3, 3, "0123456789", {}},
-    RemoveCase{"UnsortedDuplicatesOutOfRange", {5, 2, 5, -1, 42, 3}, 4, 2, "0146789",
-               {"removed 5 1", "removed 2 2"}},
-    RemoveCase{"NothingPlaying", {0, 1, 2}, -1, -1, "3456789", {"removed 0 3"}},
-    RemoveCase{"Everything", {9, 8, 7, 6, 5, 4, 3, 2, 1, 0}, 4, 0, "", {"removed 0 10"}}),
-    [](const auto& info) { return std::string(info.param.name); });
-// clang-format on
 
 TEST(MarkUnplayable, MarkFollowsItsRowAndBadRowsAreIgnored) {
     ModelRig rig;

@@ -1,4 +1,4 @@
-// M3U and PLS reading and M3U writing with real files written by the tests.
+// M3U and PLS parsing, reading real files written by the tests, and M3U writing.
 
 #include "PlaylistFiles.h"
 #include "PlaylistTestSupport.h"
@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
-#include <utility>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -20,90 +19,58 @@ using playlisttest::titlesAndPaths;
 
 namespace {
 
-// "@" in an expected path stands for the folder of the list file.
-TitlesAndPaths expand(TitlesAndPaths expected, const std::string& folder) {
-    for (auto& [title, path] : expected) {
-        if (!path.empty() && path[0] == '@') {
-            path = folder + path.substr(1);
-        }
-    }
-    return expected;
-}
-
 struct ListCase {
-    const char* name;
     std::string contents;
     TitlesAndPaths expected;
+    const char* listPath = "/l/x.lst"; // relative lines join its folder
 };
 
-void PrintTo(const ListCase& listCase, std::ostream* out) {
-    *out << listCase.name;
+TEST(ListParsing, M3uLinesYieldTitlesAndPaths) {
+    // clang-format off
+    const ListCase cases[] = {
+        {"#EXTM3U\n", {}},
+        {"", {}},
+        {"#extm3u\r\n#ExtInf:123,Artist - Title\r\n/music/a.mp3\r\n", {{"a.mp3", "/music/a.mp3"}}},
+        {"#EXTVLCOPT:x\n", {{"#EXTVLCOPT:x", "/l/#EXTVLCOPT:x"}}}, // other # lines are paths
+        {"C:\\Music\\a.mp3\r\n", {{"a.mp3", "C:/Music/a.mp3"}}},
+        {"/music/d e/f g.flac\n", {{"f g.flac", "/music/d e/f g.flac"}}},
+        {"sub\\b.ogg\n", {{"b.ogg", "/l/sub/b.ogg"}}},
+        {"sub\\b.ogg\n", {{"b.ogg", "D:/lists/sub/b.ogg"}}, "D:/lists/x.m3u"},
+        {"http://host/stream\n", {{"http://host/stream", "http://host/stream"}}},
+        {"HTTP://host/s.mp3\n", {{"s.mp3", "/l/HTTP://host/s.mp3"}}}, // capital scheme: relative
+        {"/a.mp3\n\n/b.mp3\n", {{"a.mp3", "/a.mp3"}, {"", "/l/"}, {"b.mp3", "/b.mp3"}}},
+        {"/a.mp3\r\n\r\n", {{"a.mp3", "/a.mp3"}, {"", "/l/"}}},
+        {"/a.mp3\r\r/b.mp3\r", {{"a.mp3", "/a.mp3"}, {"", "/l/"}, {"b.mp3", "/b.mp3"}}},
+        {"/a.mp3\n/b.mp3", {{"a.mp3", "/a.mp3"}, {"b.mp3", "/b.mp3"}}},
+        // Spaces are trimmed after the line is classified as absolute or relative.
+        {"/x/ song.mp3 \r\n  y.mp3\n", {{"song.mp3", "/x/ song.mp3"}, {"y.mp3", "/l/  y.mp3"}}},
+        {std::string("/a.mp3\0/evil\n", 13), {{"a.mp3", "/a.mp3"}}}, // NUL ends the line
+        {"/m\xfcsik/caf\xe9.mp3\n", {{"caf\xe9.mp3", "/m\xfcsik/caf\xe9.mp3"}}}, // Latin-1 kept
+    };
+    // clang-format on
+    for (const ListCase& c : cases) {
+        EXPECT_EQ(titlesAndPaths(parseM3u(c.contents, c.listPath)), c.expected) << c.contents;
+    }
 }
 
-class M3uReading : public ::testing::TestWithParam<ListCase> {};
-class PlsReading : public ::testing::TestWithParam<ListCase> {};
-
-TEST_P(M3uReading, YieldsTitlesAndPaths) {
-    ScratchFolder folder;
-    const std::string list = folder.write("lists/x.m3u", GetParam().contents);
-    const ListRead read = readM3u(list);
-    EXPECT_EQ(read.status, ListReadStatus::Ok);
-    EXPECT_EQ(titlesAndPaths(read.entries), expand(GetParam().expected, folder.str() + "/lists"));
-}
-
-TEST_P(PlsReading, YieldsTitlesAndPaths) {
-    ScratchFolder folder;
-    const std::string list = folder.write("lists/x.pls", GetParam().contents);
-    const ListRead read = readPls(list);
-    EXPECT_EQ(read.status, ListReadStatus::Ok);
-    EXPECT_EQ(titlesAndPaths(read.entries), expand(GetParam().expected, folder.str() + "/lists"));
-}
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Lines, M3uReading, ::testing::Values(
-    ListCase{"OnlyHeader", "#EXTM3U\n", {}},
-    ListCase{"EmptyFile", "", {}},
-    ListCase{"MixedCaseHeadersCrlf",
-             "#extm3u\r\n#ExtInf:123,Artist - Title\r\n/music/a.mp3\r\n",
-             {{"a.mp3", "/music/a.mp3"}}},
-    ListCase{"OtherHashLineIsPath", "#EXTVLCOPT:x\n", {{"#EXTVLCOPT:x", "@/#EXTVLCOPT:x"}}},
-    ListCase{"WindowsAbsolute", "C:\\Music\\a.mp3\r\n", {{"a.mp3", "C:/Music/a.mp3"}}},
-    ListCase{"UnixAbsoluteWithSpaces", "/music/d e/f g.flac\n", {{"f g.flac", "/music/d e/f g.flac"}}},
-    ListCase{"RelativeWithBackslash", "sub\\b.ogg\n", {{"b.ogg", "@/sub/b.ogg"}}},
-    ListCase{"HttpUrl", "http://host/stream\n", {{"http://host/stream", "http://host/stream"}}},
-    ListCase{"CapitalSchemeIsRelative", "HTTP://host/s.mp3\n", {{"s.mp3", "@/HTTP://host/s.mp3"}}},
-    ListCase{"BlankLineBetween", "/a.mp3\n\n/b.mp3\n",
-             {{"a.mp3", "/a.mp3"}, {"", "@/"}, {"b.mp3", "/b.mp3"}}},
-    ListCase{"DoubledLineEndAtEnd", "/a.mp3\r\n\r\n", {{"a.mp3", "/a.mp3"}, {"", "@/"}}},
-    ListCase{"LoneCarriageReturnsEndLines", "/a.mp3\r\r/b.mp3\r",
-             {{"a.mp3", "/a.mp3"}, {"", "@/"}, {"b.mp3", "/b.mp3"}}},
-    ListCase{"NoFinalLineEnd", "/a.mp3\n/b.mp3", {{"a.mp3", "/a.mp3"}, {"b.mp3", "/b.mp3"}}},
-    ListCase{"SpacesTrimmedAfterClassifying", "/x/ song.mp3 \r\n  y.mp3\n",
-             {{"song.mp3", "/x/ song.mp3"}, {"y.mp3", "@/  y.mp3"}}},
-    ListCase{"NulEndsLine", std::string("/a.mp3\0/evil\n", 13), {{"a.mp3", "/a.mp3"}}},
-    ListCase{"Latin1BytesKept", "/m\xfcsik/caf\xe9.mp3\n", {{"caf\xe9.mp3", "/m\xfcsik/caf\xe9.mp3"}}}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-INSTANTIATE_TEST_SUITE_P(Lines, PlsReading, ::testing::Values(
-    ListCase{"FileKeysAnyCaseOtherKeysSkipped",
-             "[playlist]\nFile1=song.mp3\nTitle1=Song\nLength1=100\nfile2=song.mp3\n"
-             "NumberOfEntries=2\nVersion=2\n",
-             {{"song.mp3", "@/song.mp3"}, {"song.mp3", "@/song.mp3"}}},
-    ListCase{"LineOrderNotKeyNumbers", "File2=/b.mp3\r\nFile1=/a.mp3",
-             {{"b.mp3", "/b.mp3"}, {"a.mp3", "/a.mp3"}}},
-    ListCase{"CapitalSchemeIsUrl", "File1=HTTP://host/s\n", {{"HTTP://host/s", "HTTP://host/s"}}},
-    ListCase{"NoEqualsTakesWholeLine", "FILE7\n", {{"FILE7", "@/FILE7"}}},
-    ListCase{"ValueAfterFirstEquals", "File1=C:\\x\\a=b.mp3\r\n", {{"a=b.mp3", "C:/x/a=b.mp3"}}},
-    ListCase{"BlankAndHeaderOnly", "[playlist]\n\n\n", {}}),
-    [](const auto& info) { return std::string(info.param.name); });
-// clang-format on
-
-TEST(ListFolder, RelativeLinesJoinTheListsFolderEvenWhenItIsAWindowsPath) {
-    const auto entries = parseM3u("sub\\b.ogg\n", "D:/lists/x.m3u");
-    EXPECT_EQ(titlesAndPaths(entries), (TitlesAndPaths{{"b.ogg", "D:/lists/sub/b.ogg"}}));
-    // A list path without '/' is taken whole as the folder part.
-    EXPECT_EQ(titlesAndPaths(parsePls("File1=a.mp3", "x.pls")),
-              (TitlesAndPaths{{"a.mp3", "x.pls/a.mp3"}}));
+TEST(ListParsing, PlsFileKeysYieldTitlesAndPathsInLineOrder) {
+    // clang-format off
+    const ListCase cases[] = {
+        // File keys in any case; the other keys are skipped.
+        {"[playlist]\nFile1=song.mp3\nTitle1=Song\nLength1=100\nfile2=song.mp3\n"
+         "NumberOfEntries=2\nVersion=2\n",
+         {{"song.mp3", "/l/song.mp3"}, {"song.mp3", "/l/song.mp3"}}},
+        {"File2=/b.mp3\r\nFile1=/a.mp3", {{"b.mp3", "/b.mp3"}, {"a.mp3", "/a.mp3"}}},
+        {"File1=HTTP://host/s\n", {{"HTTP://host/s", "HTTP://host/s"}}}, // capital scheme: a URL
+        {"FILE7\n", {{"FILE7", "/l/FILE7"}}}, // no '=': the whole line
+        {"File1=C:\\x\\a=b.mp3\r\n", {{"a=b.mp3", "C:/x/a=b.mp3"}}},
+        {"[playlist]\n\n\n", {}},
+        {"File1=a.mp3", {{"a.mp3", "x.pls/a.mp3"}}, "x.pls"}, // no '/': the path is the folder
+    };
+    // clang-format on
+    for (const ListCase& c : cases) {
+        EXPECT_EQ(titlesAndPaths(parsePls(c.contents, c.listPath)), c.expected) << c.contents;
+    }
 }
 
 TEST(ListFileStatus, BadFilesYieldNoEntriesAndSayWhy) {
@@ -139,18 +106,7 @@ PlaylistEntry entryWithPath(std::string path) {
     return entry;
 }
 
-TEST(M3uWriting, EmptyListIsHeaderOnlyAndFailuresLeaveNoTrace) {
-    ScratchFolder folder;
-    const QString target = QString::fromStdString(folder.str() + "/out.m3u");
-    EXPECT_TRUE(writeM3u(target, {}).written);
-    EXPECT_EQ(playlisttest::readFile(target.toStdString()), "#EXTM3U\n");
-
-    EXPECT_FALSE(writeM3u(QString(), {entryWithPath("/a")}).written); // cancelled dialog
-    EXPECT_FALSE(writeM3u(target + "/no/such/folder.m3u", {entryWithPath("/a")}).written);
-    EXPECT_EQ(playlisttest::filesIn(folder.path()), std::vector<std::string>{"out.m3u"});
-}
-
-TEST(M3uWriting, ReplacesTheWholeFileAndLeavesOutPathsWithLineBreaks) {
+TEST(M3uWriting, ReplacesTheWholeFileLeavesOutPathsWithLineBreaksAndFailuresLeaveNoTrace) {
     ScratchFolder folder;
     const std::string target = folder.write("out.m3u", std::string(10000, 'x'));
     const M3uWrite result =
@@ -160,6 +116,11 @@ TEST(M3uWriting, ReplacesTheWholeFileAndLeavesOutPathsWithLineBreaks) {
     EXPECT_TRUE(result.written);
     EXPECT_EQ(result.skippedEntries, 2);
     EXPECT_EQ(playlisttest::readFile(target), "#EXTM3U\n/a.mp3\nhttp://host/s\n");
+    EXPECT_TRUE(writeM3u(QString::fromStdString(target), {}).written);
+    EXPECT_EQ(playlisttest::readFile(target), "#EXTM3U\n");
+
+    EXPECT_FALSE(writeM3u(QString(), {entryWithPath("/a")}).written); // cancelled dialog
+    EXPECT_FALSE(writeM3u(QString::fromStdString(target + "/no/such/folder.m3u"), {}).written);
     // Written through a temporary file and renamed: nothing else is left in the folder.
     EXPECT_EQ(playlisttest::filesIn(folder.path()), std::vector<std::string>{"out.m3u"});
 }

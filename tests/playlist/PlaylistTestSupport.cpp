@@ -3,25 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <fstream>
+#include <regex>
 #include <sstream>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace playlisttest {
 
 ScratchFolder::ScratchFolder() {
-    static std::atomic<int> serial{0};
-    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = "tamberlo-playlist-" + std::to_string(::getpid()) + "-" +
-                       std::to_string(serial++) + "-" + (test ? test->name() : "fuzz");
-    std::replace(name.begin(), name.end(), '/', '_');
-    path_ = fs::temp_directory_path() / name;
-    fs::remove_all(path_);
-    fs::create_directories(path_);
+    std::string name = (fs::temp_directory_path() / "tamberlo-playlist-XXXXXX").string();
+    if (::mkdtemp(name.data()) == nullptr) {
+        throw fs::filesystem_error("cannot make a scratch folder", name, std::error_code());
+    }
+    path_ = name;
 }
 
 ScratchFolder::~ScratchFolder() {
@@ -45,19 +41,13 @@ std::string readFile(const std::string& path) {
 
 std::vector<LogMessage> logMessages(const std::string& logPath) {
     // Lines look like <span class="red">HH:MM:SS message</span><br>\n; messages may hold "\n".
+    static const std::regex line(
+        R"re(<span class="(\w*)">\d\d:\d\d:\d\d ([\s\S]*?)</span><br>\n)re");
     const std::string text = readFile(logPath);
-    const std::string open = "<span class=\"";
-    const std::string close = "</span><br>\n";
     std::vector<LogMessage> messages;
-    for (size_t at = text.find(open); at != std::string::npos; at = text.find(open, at)) {
-        const size_t classEnd = text.find("\">", at);
-        const size_t end = text.find(close, classEnd);
-        LogMessage message;
-        message.level = text.substr(at + open.size(), classEnd - at - open.size());
-        const size_t textStart = classEnd + 2 + 9; // skip "HH:MM:SS "
-        message.text = text.substr(textStart, end - textStart);
-        messages.push_back(message);
-        at = end + close.size();
+    for (auto it = std::sregex_iterator(text.begin(), text.end(), line);
+         it != std::sregex_iterator(); ++it) {
+        messages.push_back({(*it)[1], (*it)[2]});
     }
     return messages;
 }

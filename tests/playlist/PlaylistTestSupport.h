@@ -8,6 +8,7 @@
 #include "PlaylistModel.h"
 
 #include <QObject>
+#include <QString>
 
 #include <filesystem>
 #include <memory>
@@ -35,6 +36,9 @@ private:
 };
 
 std::string readFile(const std::string& path);
+inline QString q(const std::string& text) {
+    return QString::fromStdString(text);
+}
 
 // One log line: its level class ("red", "black", ...) and its message without the time stamp.
 struct LogMessage {
