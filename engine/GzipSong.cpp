@@ -1,5 +1,6 @@
 #include "GzipSong.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <zlib.h>
@@ -16,6 +17,9 @@ struct GzCloser {
     void operator()(gzFile_s* file) const { gzclose(file); }
 };
 using GzFile = std::unique_ptr<gzFile_s, GzCloser>;
+
+constexpr size_t ReadChunk = 1u << 20;       // bytes unpacked per read
+constexpr size_t InitialReserve = 16u << 20; // reserved up front at most
 
 } // namespace
 
@@ -52,16 +56,31 @@ GzipUnpacked unpackGzipSong(const std::string& path) {
     if (!gz) {
         return result;
     }
-    result.data.resize(result.claimedBytes);
-    const int got =
-        result.claimedBytes == 0 ? 0 : gzread(gz.get(), result.data.data(), result.claimedBytes);
+    // The buffer grows with what really unpacks: a few bytes claiming hundreds of megabytes in
+    // their trailer cost no more than they hold.
+    result.data.reserve(std::min<size_t>(result.claimedBytes, InitialReserve));
+    size_t total = 0;
+    bool failed = false;
+    while (total < result.claimedBytes) {
+        const size_t chunk = std::min<size_t>(result.claimedBytes - total, ReadChunk);
+        result.data.resize(total + chunk);
+        const int n = gzread(gz.get(), result.data.data() + total, static_cast<unsigned>(chunk));
+        failed = n < 0;
+        if (failed) {
+            break;
+        }
+        total += static_cast<size_t>(n);
+        if (static_cast<size_t>(n) < chunk) {
+            break; // the stream ended
+        }
+    }
     // A sound file's trailer states its exact size, and zlib checks it at the stream's end: a
     // byte beyond the claimed size means the trailer lies, so the data is not trusted.
     unsigned char extra = 0;
-    const bool more = got >= 0 && gzread(gz.get(), &extra, 1) > 0;
+    const bool more = !failed && gzread(gz.get(), &extra, 1) > 0;
     int zlibError = Z_OK;
     const char* message = gzerror(gz.get(), &zlibError);
-    if (got < 0 || more || (zlibError != Z_OK && zlibError != Z_STREAM_END)) {
+    if (failed || more || (zlibError != Z_OK && zlibError != Z_STREAM_END)) {
         result.status = GzipUnpacked::Status::Damaged;
         result.detail = more                 ? "more data than the trailer states"
                         : message != nullptr ? message
@@ -69,7 +88,7 @@ GzipUnpacked unpackGzipSong(const std::string& path) {
         result.data.clear();
         return result;
     }
-    result.data.resize(static_cast<size_t>(got));
+    result.data.resize(total);
     result.status = GzipUnpacked::Status::Ok;
     return result;
 }

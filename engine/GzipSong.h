@@ -34,8 +34,8 @@ struct GzipUnpacked {
     std::string detail; // zlib's message for Damaged
 };
 
-// Unpacks the whole file into memory, reserving the trailer's size (bounded by
-// MaxGzipSongBytes) and reading at most that many bytes.
+// Unpacks the whole file into memory, reading at most the trailer's size (bounded by
+// MaxGzipSongBytes); memory grows with the data actually unpacked.
 GzipUnpacked unpackGzipSong(const std::string& path);
 
 } // namespace engine_detail
