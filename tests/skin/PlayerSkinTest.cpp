@@ -43,7 +43,7 @@ TEST(PlayerSkin, ButtonsShowTheirDownPictureWhilePressedAndPauseWhileChecked) {
     // The player takes its pictures from its own application folder ...
     EXPECT_TRUE(form.buttonPlay->styleSheet().contains(
         "url(\"" + QCoreApplication::applicationDirPath() + "/Resources/play.png\")"));
-    // ... which for the test binary has no Resources/: take the player's folder's skin.
+    // ... here the test binary's folder: draw from the player's own folder to be sure.
     const QString appDir = qEnvironmentVariable("TAMBERLO_APP_DIR");
     skin::applyPlayerStyleSheets(form, appDir);
     session.player().show();
