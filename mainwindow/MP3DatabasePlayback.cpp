@@ -193,9 +193,10 @@ void MP3Database::on_buttonStop_clicked() {
     levelMeter_->clear();
     noSound_ = true;
     resumeFromPause();
-    ui->labelCurrentTime->setText("00:00");
     ui->sliderProgress->setValue(0);
     ui->sliderProgress->setEnabled(false);
+    // After the slider: its move to 0 writes the label, which would show the remaining time.
+    ui->labelCurrentTime->setText("00:00");
     if (playList_->model().count() == 0) {
         ui->labelInfo->setText("No sound loaded");
         ui->labelTitle->setText("No sound loaded");

@@ -6,9 +6,11 @@
 
 #include <QAbstractButton>
 #include <QFile>
+#include <QLabel>
 #include <QMimeData>
 #include <QSlider>
 #include <QTableWidgetItem>
+#include <QTest>
 #include <QUrl>
 
 namespace windowtest {
@@ -75,6 +77,20 @@ TEST_F(PlayerTransport, PlayPauseResumeAndStop) {
     EXPECT_EQ(progress()->value(), 0) << "the tick idles after stop";
     window.on_sliderProgress_sliderReleased(); // nothing loaded: must not touch any channel
     EXPECT_TRUE(window.isNoSound());
+}
+
+TEST_F(PlayerTransport, StopShowsZeroInTheRemainingTimeDisplayToo) {
+    MP3Database& window = playerWithTones(2);
+    window.show();
+    window.on_buttonPlay_clicked();
+    play(300);
+    // A click on the time display switches it to the remaining time.
+    QTest::mousePress(formWidget<QLabel>(window, "labelLCDOverlay"), Qt::LeftButton);
+    play(100);
+    ASSERT_TRUE(labelText(window, "labelCurrentTime").startsWith("-"));
+    window.on_buttonStop_clicked();
+    EXPECT_EQ(labelText(window, "labelCurrentTime"), "00:00");
+    EXPECT_EQ(progress()->value(), 0);
 }
 
 TEST_F(PlayerTransport, StopWithAnEmptyListForgetsTheSong) {
