@@ -154,5 +154,33 @@ TEST_F(PlaylistWindow, MovingSnapsBelowThePlayerWithinFourteenPixels) {
     EXPECT_EQ(window.dockVertical, 0);
 }
 
+TEST_F(PlaylistWindow, ResizingByTheGripKeepsTheGripUnderThePointer) {
+    MP3Database& window = openPlayer();
+    window.show();
+    window.move(100, 100);
+    PlayList& list = window.playList();
+    list.show();
+    list.setGeometry(100, 600, 400, 200); // far from the player: nothing snaps
+    QApplication::processEvents();
+    auto* grip = list.findChild<QLabel*>("labelResize");
+    ASSERT_NE(grip, nullptr);
+    const QPoint hold(8, 8);
+    QMouseEvent press(QEvent::MouseButtonPress, hold, grip->mapToGlobal(hold), Qt::LeftButton,
+                      Qt::LeftButton, {});
+    QApplication::sendEvent(grip, &press);
+    // A move that does not go anywhere, then two steps out and one back in.
+    for (const QPoint step : {QPoint(0, 0), QPoint(30, 20), QPoint(30, 20), QPoint(-10, 5)}) {
+        const QRect before = list.geometry();
+        const QPoint global = grip->mapToGlobal(hold) + step;
+        QMouseEvent move(QEvent::MouseMove, grip->mapFromGlobal(global), global, Qt::NoButton,
+                         Qt::LeftButton, {});
+        QApplication::sendEvent(grip, &move);
+        EXPECT_EQ(list.geometry(),
+                  QRect(before.topLeft(), before.size() + QSize(step.x(), step.y())))
+            << "step " << step.x() << "," << step.y();
+        EXPECT_EQ(grip->mapToGlobal(hold), global) << "step " << step.x() << "," << step.y();
+    }
+}
+
 } // namespace
 } // namespace windowtest
