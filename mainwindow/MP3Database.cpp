@@ -158,6 +158,7 @@ void MP3Database::dragEnterEvent(QDragEnterEvent* event) {
 void MP3Database::dropEvent(QDropEvent* event) {
     playList_->clearList(true);
     currentSound = 0;
+    currentSubsong_ = 0;
     QStringList paths;
     for (const QUrl& url : event->mimeData()->urls()) {
         paths << url.toLocalFile();
@@ -176,6 +177,11 @@ void MP3Database::dropEvent(QDropEvent* event) {
 
 void MP3Database::replacePlaylistAndPlay(const QStringList& paths) {
     playList_->clearList(true);
+    // The new list plays from its start: neither the old entry and subsong nor a pause (which
+    // would make play resume the old song) carry over.
+    currentSound = -1;
+    currentSubsong_ = 0;
+    paused_ = false;
     playList_->addPaths(paths);
     on_buttonPlay_clicked();
 }

@@ -8,10 +8,12 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTest>
+#include <QUrl>
 
 #include <map>
 
@@ -162,6 +164,13 @@ TEST_F(Display, SubsongButtonsStepThroughTheModulesSongsWithinBounds) {
     window.on_buttonPrevSub_clicked();
     EXPECT_EQ(window.currentSubsong(), 2);
     EXPECT_TRUE(labelText(window, "labelInfo").startsWith("Subsong: 3/4\n"));
+
+    // Files dropped on the player start at their first subsong, not at the old song's.
+    QMimeData dropped;
+    dropped.setUrls({QUrl::fromLocalFile(media("mod/area1-game.mod"))});
+    ASSERT_TRUE(dragAndDrop(window, dropped));
+    EXPECT_EQ(window.currentSubsong(), 0);
+    EXPECT_TRUE(labelText(window, "labelInfo").startsWith("Subsong: 1/4\n"));
 }
 
 } // namespace

@@ -5,12 +5,15 @@
 #include "WindowTestSupport.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QFile>
+#include <QInputDialog>
 #include <QLabel>
 #include <QMimeData>
 #include <QSlider>
 #include <QTableWidgetItem>
 #include <QTest>
+#include <QTimer>
 #include <QUrl>
 
 namespace windowtest {
@@ -191,6 +194,56 @@ TEST_F(PlayerTransport, AFailedSongIsStruckOutAndTheTickMovesPastIt) {
     EXPECT_FALSE(rowItem(window, 2)->font().strikeOut());
     play(200);
     EXPECT_NEAR(progress()->value(), 200, 40) << "the next good song plays";
+}
+
+// Answers the next "Open URL" prompt with `text`, as the user would.
+void answerUrlPrompt(const QString& text) {
+    QTimer::singleShot(0, [text] {
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            if (auto* prompt = qobject_cast<QInputDialog*>(widget); prompt && prompt->isVisible()) {
+                prompt->setTextValue(text);
+                prompt->accept();
+            }
+        }
+    });
+}
+
+TEST_F(PlayerTransport, AnOpenedFileOrListPlaysFromItsFirstEntryEvenWhilePaused) {
+    MP3Database& window = playerWithTones(3);
+    window.show();
+    window.on_buttonPlay_clicked();
+    window.on_buttonNext_clicked();
+    window.on_buttonNext_clicked();
+    play(300);
+    window.on_buttonPause_clicked();
+    answerUrlPrompt(writeTone("opened.wav", 1000)); // a local path opens as a file
+    window.openURL();
+    EXPECT_EQ(window.playList().model().count(), 1);
+    EXPECT_EQ(window.currentSound, 0);
+    EXPECT_FALSE(window.isPaused());
+    EXPECT_FALSE(formWidget<QAbstractButton>(window, "buttonPause")->isChecked());
+    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("opened.wav"))
+        << "not the paused song resumed";
+    play(200);
+    EXPECT_NEAR(progress()->value(), 200, 40);
+
+    // A list opened while a later entry plays starts at its own first entry.
+    window.playList().addPaths({writeTone("t1.wav", 1000), writeTone("t2.wav", 1000)});
+    window.on_buttonNext_clicked();
+    window.on_buttonNext_clicked();
+    ASSERT_EQ(window.currentSound, 2);
+    QFile list(tempFolder() + "/list.m3u");
+    ASSERT_TRUE(list.open(QIODevice::WriteOnly));
+    for (const char* name : {"a.wav", "b.wav", "c.wav"}) {
+        list.write((writeTone(name, 1000) + "\n").toUtf8());
+    }
+    list.close();
+    answerUrlPrompt(list.fileName());
+    window.openURL();
+    EXPECT_EQ(window.playList().model().count(), 3);
+    EXPECT_EQ(window.currentSound, 0);
+    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("a.wav"));
+    EXPECT_TRUE(rowIsMarked(window, 0));
 }
 
 TEST_F(PlayerTransport, DroppedFilesReplaceTheListAndPlay) {
