@@ -12,6 +12,10 @@ bool MP3Database::eventFilter(QObject* watched, QEvent* event) {
                            event->type() == QEvent::MouseButtonDblClick;
         if (press && static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) {
             timeDisplayElapsed_ = !timeDisplayElapsed_;
+            if (!noSound_) {
+                // Show the other reading at once: while paused no tick rewrites the label.
+                on_sliderProgress_valueChanged(ui->sliderProgress->value());
+            }
             return true;
         }
         return false;

@@ -82,13 +82,16 @@ TEST_F(PlayerTransport, PlayPauseResumeAndStop) {
     EXPECT_TRUE(window.isNoSound());
 }
 
-TEST_F(PlayerTransport, StopShowsZeroInTheRemainingTimeDisplayToo) {
+TEST_F(PlayerTransport, TheTimeDisplaySwitchesAtOnceWhilePausedAndReadsZeroAfterStop) {
     MP3Database& window = playerWithTones(2);
     window.show();
     window.on_buttonPlay_clicked();
     play(300);
-    // A click on the time display switches it to the remaining time.
+    window.on_buttonPause_clicked();
+    // A click on the time display switches it to the remaining time, paused or not.
     QTest::mousePress(formWidget<QLabel>(window, "labelLCDOverlay"), Qt::LeftButton);
+    EXPECT_EQ(labelText(window, "labelCurrentTime"), "-" + formatTime(1000 - progress()->value()));
+    window.on_buttonPause_clicked();
     play(100);
     ASSERT_TRUE(labelText(window, "labelCurrentTime").startsWith("-"));
     window.on_buttonStop_clicked();
