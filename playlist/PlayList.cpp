@@ -169,6 +169,8 @@ void PlayList::on_tableWidget_clicked(const QModelIndex&) {}
 
 void PlayList::on_pushButton_clicked() {
     model_->clearList(true);
+    // No entry is current any more, so entries added later are played from the first.
+    player_->currentSound = -1;
 }
 
 void PlayList::on_buttonAddFiles_clicked() {

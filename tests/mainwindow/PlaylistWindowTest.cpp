@@ -3,6 +3,7 @@
 #include "PlayList.h"
 #include "WindowTestSupport.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
 #include <QItemSelectionModel>
@@ -73,6 +74,27 @@ TEST_F(PlaylistWindow, DoubleClickPlaysDeleteKeepsTheCurrentSongAndOtherKeysDoNo
 
     QTest::keyClick(&window.playList(), Qt::Key_Escape);
     EXPECT_TRUE(window.playList().isVisible()) << "Escape does not close the playlist";
+}
+
+TEST_F(PlaylistWindow, AfterClearTheNewEntriesPlayFromTheFirst) {
+    MP3Database& window = playerWithTenEntries();
+    doubleClickRow(7);
+    QTest::mouseClick(window.playList().findChild<QAbstractButton*>("pushButton"), Qt::LeftButton);
+    ASSERT_EQ(window.playList().model().count(), 0);
+    const QStringList fresh{writeTone("n0.wav", 1000), writeTone("n1.wav", 1000)};
+    window.playList().addPaths(fresh);
+    window.on_buttonNext_clicked(); // the old song still plays: next goes to the first new entry
+    EXPECT_EQ(window.currentSound, 0);
+    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("n0.wav"));
+
+    window.on_buttonNext_clicked();
+    ASSERT_EQ(window.currentSound, 1);
+    window.on_buttonStop_clicked();
+    QTest::mouseClick(window.playList().findChild<QAbstractButton*>("pushButton"), Qt::LeftButton);
+    window.playList().addPaths(QStringList(10, fresh[1]) << fresh[0]);
+    window.on_buttonPlay_clicked();
+    EXPECT_EQ(window.currentSound, 0) << "not the index that was current before the clear";
+    EXPECT_TRUE(rowIsMarked(window, 0));
 }
 
 TEST_F(PlaylistWindow, DropsAppendFilesAndFolderContentsAndRefusePlainText) {
