@@ -56,6 +56,11 @@ bool MP3Database::dragByTopBar(QEvent* event) {
         setGeometry(QRect(proposed, player.size()));
         return true;
     }
+    if (!playList_->isVisible()) {
+        // A hidden playlist window has no edges the user could see, so nothing pulls.
+        setGeometry(QRect(proposed, player.size()));
+        return true;
+    }
     const snapping::Placement placed =
         snapping::snapPlayer(proposed, player, playList_->geometry());
     dockVertical = placed.docking.vertical;

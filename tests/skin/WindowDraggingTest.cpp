@@ -56,6 +56,16 @@ TEST_F(WindowDragging, DropTenPixelsBelowThePlaylistSnapsAndDocksItAbove) {
     EXPECT_EQ(playlist.geometry(), playlistStart) << "a snapping drag leaves the playlist";
 }
 
+TEST_F(WindowDragging, AHiddenPlaylistDoesNotPullThePlayer) {
+    playlist.hide();
+    press();
+    moveTo({320, 259});
+    releaseAt({320, 259});
+    EXPECT_EQ(player.pos(), QPoint(320, 259));
+    EXPECT_EQ(player.dockVertical, 0);
+    EXPECT_EQ(player.dockHorizontal, 0);
+}
+
 TEST_F(WindowDragging, MovingIntoReachSnapsOnThatEvent) {
     press();
     moveTo({320, 330});
