@@ -161,7 +161,13 @@ void MP3Database::dropEvent(QDropEvent* event) {
     currentSubsong_ = 0;
     QStringList paths;
     for (const QUrl& url : event->mimeData()->urls()) {
-        paths << url.toLocalFile();
+        // A folder brings the files below it, as on the playlist window and the command line.
+        const QString local = url.toLocalFile();
+        if (QFileInfo(local).isDir()) {
+            paths += playList_->collectDirectory(local);
+        } else {
+            paths << local;
+        }
     }
     playList_->addPaths(paths);
     if (playList_->model().count() > 0) {

@@ -6,6 +6,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDir>
 #include <QFile>
 #include <QInputDialog>
 #include <QLabel>
@@ -265,6 +266,18 @@ TEST_F(PlayerTransport, DroppedFilesReplaceTheListAndPlay) {
     text.setText("just words");
     EXPECT_FALSE(dragAndDrop(window, text));
     EXPECT_EQ(window.playList().model().count(), 1);
+
+    // A dropped folder brings its files, as on the playlist window and the command line.
+    QDir(tempFolder()).mkdir("album");
+    writeTone("album/b.wav", 1000);
+    writeTone("album/a.wav", 1000);
+    QMimeData folder;
+    folder.setUrls({QUrl::fromLocalFile(tempFolder() + "/album")});
+    EXPECT_TRUE(dragAndDrop(window, folder));
+    ASSERT_EQ(window.playList().model().count(), 2);
+    EXPECT_EQ(window.playList().model().entry(0).title, "a.wav");
+    EXPECT_TRUE(labelText(window, "labelTitle").startsWith("a.wav"));
+    EXPECT_FALSE(window.playList().model().isUnplayable(0));
 }
 
 } // namespace
