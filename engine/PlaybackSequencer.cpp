@@ -20,13 +20,15 @@ PlaybackSequencer::StartResult PlaybackSequencer::start(SequencedEntry& entry, b
     // The ticks use the length as it is now; what follows only changes the stored entry.
     endMs_ = entry.lengthMs;
 
-    if (options_.unknownLimit && entry.lengthMs == UnknownLengthMs) {
+    unsigned length = UnknownLengthMs;
+    if (audio::Sound* sound = engine_.getSound(slot_)) {
+        sound->getLength(&length, audio::TimeUnit::Ms);
+    }
+    // A sound of unknown length keeps the limit on every later play, not only on the second
+    // (the stored limit is itself a known length, which would otherwise be replaced again).
+    if (options_.unknownLimit && (entry.lengthMs == UnknownLengthMs || length == UnknownLengthMs)) {
         entry.lengthMs = options_.unknownLimitSeconds * 1000u;
     } else {
-        unsigned length = UnknownLengthMs;
-        if (audio::Sound* sound = engine_.getSound(slot_)) {
-            sound->getLength(&length, audio::TimeUnit::Ms);
-        }
         entry.lengthMs = length;
         result.seekable = length != UnknownLengthMs;
     }

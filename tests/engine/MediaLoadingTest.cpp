@@ -114,6 +114,11 @@ TEST(MediaLoading, LiveStreamHasNoEndAndTheUnknownLengthLimitActsFromItsSecondPl
     ASSERT_TRUE(sequencer.start(radio).loaded);
     EXPECT_EQ(sequencer.endMs(), 1000u);
     EXPECT_EQ(ticksUntilEnd(*engine, sequencer, 200), 50);
+    EXPECT_EQ(radio.lengthMs, 1000u) << "the limit stays stored";
+    const PlaybackSequencer::StartResult third = sequencer.start(radio);
+    ASSERT_TRUE(third.loaded);
+    EXPECT_FALSE(third.seekable);
+    EXPECT_EQ(sequencer.endMs(), 1000u) << "every later play is cut off at the limit";
     sequencer.stop();
 }
 
