@@ -17,6 +17,9 @@ PlaybackSequencer::StartResult PlaybackSequencer::start(SequencedEntry& entry, b
         entry.lengthMs = static_cast<uint32_t>(end); // -1 becomes UnknownLengthMs
     }
     entry.formatName = typeName;
+    // The entry starts where the engine found its sound (after the leading silence with
+    // gapless on), so the seek below does not undo that measurement.
+    entry.startOffsetMs = static_cast<uint32_t>(engine_.lastStartMs());
     // The ticks use the length as it is now; what follows only changes the stored entry.
     endMs_ = entry.lengthMs;
 

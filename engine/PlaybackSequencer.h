@@ -21,7 +21,7 @@
 // The parts of a playlist entry that starting a song reads and fills in.
 struct SequencedEntry {
     std::string path;           // file path or URL
-    uint32_t startOffsetMs = 0; // where playback begins after loading (the playlist leaves 0)
+    uint32_t startOffsetMs = 0; // where playback begins, ms: the leading silence; set by start()
     uint32_t lengthMs = 0;      // 0 = not yet played; UnknownLengthMs = unknown; set by start()
     std::string formatName;     // the sound type's display text; set by start()
 };
@@ -56,7 +56,8 @@ public:
         bool seekable = false; // the entry's length is known and not imposed by the limit
     };
     // Stops the current slot's channel, switches to the other slot and loads the entry there.
-    // On success: a first-played entry takes the engine's end as its length and the format name;
+    // On success: a first-played entry takes the engine's end as its length; every entry takes
+    // the format name and the start offset the engine found (the leading silence, gapless on);
     // the end length for the ticks is taken from the entry; then the entry's length becomes the
     // unknown-length limit (when on and unknown) or the sound's full length. Unless `paused`,
     // the channel is positioned at the entry's start offset and unpaused. After a failed load the

@@ -143,6 +143,7 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
         *endOut = lengthMsAsInt(sounds[slot]);
     }
     engineLog(0, "Found start at: %i of %s", start, path.c_str());
+    lastStart = start;
 
     // The channel exists only once the sound plays, so it is started and paused at once; it
     // waits at the start position until startSlot.

@@ -91,6 +91,9 @@ public:
     // Returns true when the song was created and its channel started (paused).
     bool loadSong(const std::string& path, int slot, bool accurate, bool trim, int cutoff,
                   int* endOut, std::string* typeNameOut);
+    // Where the last successful loadSong left its channel: the measured leading silence in ms
+    // with trim, else 0.
+    int lastStartMs() const { return lastStart; }
     // Unpauses the slot's channel (slot 1: channelA, else channelB). Always returns true.
     bool startSlot(int slot);
     // Stops both channels and releases both slots' sounds.
@@ -134,6 +137,7 @@ private:
     std::array<audio::Sound*, 2> sounds{}; // index = slot
     std::array<bool, 2> loaded{};          // the slot's sound must be released before reuse
     std::array<float, 2> baseFrequency{};  // [0] belongs to slot 1, [1] to slot 0
+    int lastStart = 0;                     // start position of the last loaded song, ms
     audio::System* system = nullptr;
     audio::Channel channelA; // slot 1
     audio::Channel channelB; // slot 0

@@ -223,6 +223,7 @@ void MP3Database::startCurrentEntry() {
     // The window's copy keeps the end the tick moves on at; the playlist's entry keeps the
     // length for later plays (the full length, or the unknown-length limit).
     entry.formatName = song.formatName;
+    entry.startOffsetMs = song.startOffsetMs;
     entry.lengthMs = song.lengthMs;
     currentEntry_ = entry;
     currentEntry_.lengthMs = sequencer_->endMs();

@@ -1,6 +1,6 @@
 // The player's song change through PlaybackSequencer on the offline output: alternating slots,
 // the end detected on the tick, the measured end on an entry's first play and the stored full
-// length on later plays, and a failed load that ends at once.
+// length on later plays, the measured start with gapless on, and a failed load that ends at once.
 #include "EngineTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -68,6 +68,31 @@ TEST(Sequencer, GaplessEndActsOnTheFirstPlayAndTheFullLengthOnLaterOnes) {
 
     ASSERT_TRUE(sequencer.start(entry).loaded);
     EXPECT_EQ(sequencer.endMs(), 10000u);
+}
+
+TEST(Sequencer, GaplessPlayStartsAfterTheMeasuredLeadingSilence) {
+    ScratchDir dir("lead");
+    // One second of silence, then two loud ones.
+    writeWav(dir.file("lead.wav"), 44100, 3 * 44100,
+             [](uint32_t frame, int) { return frame < 44100 ? int16_t(0) : Loud; });
+    auto engine = offlineEngine();
+    PlaybackSequencer sequencer(*engine);
+    SequencerOptions options;
+    options.gapless = true;
+    sequencer.setOptions(options);
+
+    SequencedEntry entry = entryFor(dir.file("lead.wav"));
+    ASSERT_TRUE(sequencer.start(entry).loaded);
+    EXPECT_EQ(entry.startOffsetMs, 250u) << "a quarter of the silence, as measured";
+    EXPECT_EQ(positionMs(*engine, sequencer.slot()), 250u);
+    mixMs(*engine, 100);
+    EXPECT_EQ(positionMs(*engine, sequencer.slot()), 350u);
+
+    options.gapless = false;
+    sequencer.setOptions(options);
+    ASSERT_TRUE(sequencer.start(entry).loaded);
+    EXPECT_EQ(entry.startOffsetMs, 0u) << "without gapless the song starts at its beginning";
+    EXPECT_EQ(positionMs(*engine, sequencer.slot()), 0u);
 }
 
 } // namespace
