@@ -108,8 +108,10 @@ int SoundEngine::findSoundEnd(audio::Sound* sound, int threshold) {
     if (sound != nullptr) {
         sound->getLength(&lengthMs, audio::TimeUnit::Ms);
     }
-    const int end =
-        static_cast<int>(lengthMs - ((read - static_cast<unsigned>(counter)) * 1000u / EndRate));
+    const unsigned trimmedMs = (read - static_cast<unsigned>(counter)) * 1000u / EndRate;
+    // A song shorter than the trimmed stretch (a short or high-rate file) keeps its full length:
+    // a negative end would read as a huge length, or as -1, the unknown one.
+    const int end = static_cast<int>(trimmedMs > lengthMs ? lengthMs : lengthMs - trimmedMs);
     engineLog(0, "Found end at: %i (%i:%i.%i)", end, (end / 1000) / 60, (end / 1000) % 60,
               end - (end / 1000) * 1000);
     if (sound != nullptr) {

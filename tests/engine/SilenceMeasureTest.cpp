@@ -84,5 +84,18 @@ TEST(SilenceMeasure, OpenersReleaseTheirSoundsAndShortSongsLogTheFailedSeek) {
     EXPECT_TRUE(log.contains("read bytes:0"));
 }
 
+// The fixed lead is counted in 44.1 kHz 16-bit stereo bytes, so a short song at a higher rate can
+// be shorter than the stretch that would be cut off.
+TEST(SilenceMeasure, ASongShorterThanTheTrimmedStretchKeepsItsFullLength) {
+    ScratchDir dir("short-high-rate");
+    // Half a second at 48 kHz, silent: 96,000 bytes read, trimmed by 544 ms.
+    writeWav(dir.file("silent.wav"), 48000, 24000, [](uint32_t, int) { return int16_t{0}; });
+    // 45 frames (0 ms): the end would have been exactly -1, the unknown length.
+    writeWav(dir.file("tiny.wav"), 48000, 45, [](uint32_t, int) { return int16_t{0}; });
+    auto engine = offlineEngine();
+    EXPECT_EQ(load(*engine, dir.file("silent.wav"), 0, false, true).end, 500);
+    EXPECT_EQ(load(*engine, dir.file("tiny.wav"), 1, false, true).end, 0);
+}
+
 } // namespace
 } // namespace enginetest
