@@ -84,7 +84,7 @@ void MP3Database::on_buttonMinimize_clicked() {
 void MP3Database::seekToSubsong() {
     refreshInfoLabels();
     channel().setPosition(static_cast<unsigned>(currentSubsong_), audio::TimeUnit::SubsongCount);
-    ui->sliderProgress->setMaximum(static_cast<int>(currentEntry_.lengthMs));
+    ui->sliderProgress->setRange(0, static_cast<int>(currentEntry_.lengthMs));
 }
 
 void MP3Database::on_buttonNextSub_clicked() {
@@ -229,7 +229,9 @@ void MP3Database::startCurrentEntry() {
     currentEntry_.lengthMs = sequencer_->endMs();
     soundLoaded_ = true;
     preloaded_ = false;
-    ui->sliderProgress->setMaximum(static_cast<int>(song.lengthMs));
+    // setRange, not setMaximum: an unknown length (-1 as int) would pull the minimum down to -1
+    // for every later song, and a release there would seek to the unknown position.
+    ui->sliderProgress->setRange(0, static_cast<int>(song.lengthMs));
     ui->sliderProgress->setEnabled(started.seekable);
 
     if (!paused_) {

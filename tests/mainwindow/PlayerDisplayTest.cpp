@@ -11,6 +11,7 @@
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QProcess>
+#include <QSlider>
 #include <QStandardPaths>
 #include <QTest>
 #include <QUrl>
@@ -120,7 +121,7 @@ TEST_F(Display, AHundredMinuteSongShowsItsFullLength) {
     EXPECT_EQ(labelText(window, "labelCurrentTime"), "00:01") << "elapsed time again";
 }
 
-TEST_F(Display, AStreamShowsUnknownRemainingTimeAndCannotBeSought) {
+TEST_F(Display, AStreamShowsUnknownTimeAndCannotBeSoughtButTheSongAfterItCan) {
     tamberlo::test::IcecastServer server;
     ASSERT_TRUE(server.started()) << "icecast did not start";
     server.feed(QFile::encodeName(media("music.mp3")).toStdString(), "mp3", "audio/mpeg",
@@ -136,6 +137,20 @@ TEST_F(Display, AStreamShowsUnknownRemainingTimeAndCannotBeSought) {
     EXPECT_EQ(labelText(window, "labelCurrentTime"), "??:??");
     EXPECT_FALSE(window.isNoSound()) << "a stream has no end";
     window.on_buttonStop_clicked();
+
+    // A song played after the stream can be sought back to its start.
+    window.playList().addPaths({writeTone("after.wav", 1000)});
+    window.on_buttonNext_clicked();
+    window.on_buttonPlay_clicked();
+    ASSERT_TRUE(labelText(window, "labelTitle").startsWith("after.wav"));
+    QSlider* progress = formWidget<QSlider>(window, "sliderProgress");
+    play(200);
+    progress->setValue(progress->minimum());
+    window.on_sliderProgress_sliderReleased();
+    play(100);
+    EXPECT_EQ(progress->minimum(), 0);
+    EXPECT_FALSE(window.isNoSound());
+    EXPECT_NEAR(progress->value(), 100, 40);
 }
 
 // area1-game.mod from the generated media holds four subsongs (libopenmpt counts them).
