@@ -1,6 +1,8 @@
 // The player window's transport driven through its slots and the offline output: play, pause,
-// stop, next and previous, the end of the list, seeking, failed songs and dropped files.
+// stop, next and previous, the end of the list, seeking, failed songs, dropped files, and pitch
+// and balance carried into the songs that follow.
 #include "PlayList.h"
+#include "SoundEngine.h"
 #include "TimeText.h"
 #include "WindowTestSupport.h"
 
@@ -278,6 +280,50 @@ TEST_F(PlayerTransport, DroppedFilesReplaceTheListAndPlay) {
     EXPECT_EQ(window.playList().model().entry(0).title, "a.wav");
     EXPECT_TRUE(labelText(window, "labelTitle").startsWith("a.wav"));
     EXPECT_FALSE(window.playList().model().isUnplayable(0));
+}
+
+// The pitch and balance sliders act on whichever song plays: a manual next, a move at a song's
+// end and a next pressed while paused all carry them over.
+TEST_F(PlayerTransport, PitchAndBalanceCarryIntoTheNextSongsAndNextResumesFromPause) {
+    MP3Database& window = playerWithTones(3, 300);
+    window.on_buttonPlay_clicked();
+    formWidget<QSlider>(window, "sliderPitch")->setValue(150);
+    formWidget<QSlider>(window, "sliderBalance")->setValue(-40);
+    const auto expectCarried = [&window](const char* how) {
+        SCOPED_TRACE(how);
+        int playing = 0;
+        for (int slot : {0, 1}) {
+            bool plays = false;
+            window.engine().getChannel(slot).isPlaying(&plays);
+            if (plays) {
+                ++playing;
+                float frequency = 0;
+                float pan = 0;
+                window.engine().getChannel(slot).getFrequency(&frequency);
+                window.engine().getChannel(slot).getPan(&pan);
+                EXPECT_FLOAT_EQ(frequency, 44100 * 1.5f);
+                EXPECT_FLOAT_EQ(pan, -0.4f);
+            }
+        }
+        EXPECT_EQ(playing, 1);
+    };
+    expectCarried("first song");
+    play(60);
+    window.on_buttonNext_clicked();
+    EXPECT_EQ(window.currentSound, 1);
+    expectCarried("next pressed");
+    play(300);
+    ASSERT_EQ(window.currentSound, 2);
+    expectCarried("the end of a song");
+
+    window.on_buttonPrev_clicked();
+    window.on_buttonPause_clicked();
+    window.on_buttonNext_clicked();
+    EXPECT_FALSE(window.isPaused()) << "next while paused plays the next song";
+    EXPECT_FALSE(formWidget<QAbstractButton>(window, "buttonPause")->isChecked());
+    expectCarried("next pressed while paused");
+    play(100);
+    EXPECT_NEAR(progress()->value(), 150, 40) << "at one and a half times the speed";
 }
 
 } // namespace
