@@ -19,7 +19,6 @@
 #include <QDropEvent>
 #include <QFile>
 #include <QFileDialog>
-#include <QFileInfo>
 #include <QInputDialog>
 #include <QMenu>
 #include <QMimeData>
@@ -104,15 +103,7 @@ MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlag
     ui->labelCurrentTime->installEventFilter(this);
 
     if (!commandLine.files.isEmpty()) {
-        QStringList paths;
-        for (const QString& argument : commandLine.files) {
-            if (QFileInfo(argument).isDir()) {
-                paths += playList_->collectDirectory(argument);
-            } else {
-                paths << argument;
-            }
-        }
-        playList_->addPaths(paths);
+        playList_->addPaths(playList_->expandFolders(commandLine.files));
         on_buttonPlay_clicked();
     } else {
         currentSound = storedSound;
@@ -161,15 +152,10 @@ void MP3Database::dropEvent(QDropEvent* event) {
     currentSubsong_ = 0;
     QStringList paths;
     for (const QUrl& url : event->mimeData()->urls()) {
-        // A folder brings the files below it, as on the playlist window and the command line.
-        const QString local = url.toLocalFile();
-        if (QFileInfo(local).isDir()) {
-            paths += playList_->collectDirectory(local);
-        } else {
-            paths << local;
-        }
+        paths << url.toLocalFile();
     }
-    playList_->addPaths(paths);
+    // A folder brings the files below it, as on the playlist window and the command line.
+    playList_->addPaths(playList_->expandFolders(paths));
     if (playList_->model().count() > 0) {
         noSound_ = false;
         paused_ = false;

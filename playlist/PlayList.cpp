@@ -7,7 +7,6 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileDialog>
-#include <QFileInfo>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMimeData>
@@ -209,14 +208,9 @@ void PlayList::dragEnterEvent(QDragEnterEvent* event) {
 void PlayList::dropEvent(QDropEvent* event) {
     QStringList paths;
     for (const QUrl& url : event->mimeData()->urls()) {
-        const QString local = url.toLocalFile();
-        if (QFileInfo(local).isDir()) {
-            paths += model_->collectDirectory(local, true);
-        } else {
-            paths << local;
-        }
+        paths << url.toLocalFile();
     }
-    model_->addPaths(paths);
+    model_->addPaths(model_->expandFolders(paths));
 }
 
 // ---- moving and resizing with snapping to the player ----

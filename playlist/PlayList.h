@@ -38,7 +38,7 @@ public:
 
     // Forwards to the model; the table follows through the model's signals.
     void addPaths(const QStringList& paths) { model_->addPaths(paths); }
-    QStringList collectDirectory(const QString& folder) { return model_->collectDirectory(folder); }
+    QStringList expandFolders(const QStringList& paths) { return model_->expandFolders(paths); }
     bool writeM3u(const QString& target) const { return model_->writeM3u(target); }
     void clearList(bool removeTempFolder) { model_->clearList(removeTempFolder); }
     void markUnplayable(int row) { model_->setUnplayable(row, true); }

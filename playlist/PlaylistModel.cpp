@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -58,6 +59,18 @@ void PlaylistModel::addPaths(const QStringList& paths) {
     if (count() > first) {
         emit entriesAppended(first, count() - first);
     }
+}
+
+QStringList PlaylistModel::expandFolders(const QStringList& paths) {
+    QStringList expanded;
+    for (const QString& path : paths) {
+        if (QFileInfo(path).isDir()) {
+            expanded += collectDirectory(path, true);
+        } else {
+            expanded << path;
+        }
+    }
+    return expanded;
 }
 
 QStringList PlaylistModel::collectDirectory(const QString& folder, bool emptyFirst) {

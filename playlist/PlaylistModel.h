@@ -67,6 +67,9 @@ public:
     // shared between calls; `emptyFirst` empties it before the walk (top-level callers pass
     // true). Returns a copy of the shared list.
     QStringList collectDirectory(const QString& folder, bool emptyFirst = true);
+    // `paths` in order, each folder among them replaced by the files below it (as above): what
+    // a drop or a command line of files and folders adds.
+    QStringList expandFolders(const QStringList& paths);
 
     // ---- saving ----
     // Writes every entry's path to `target` as an M3U file, atomically (PlaylistFiles.h). Entries
