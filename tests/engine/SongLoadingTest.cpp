@@ -1,6 +1,7 @@
 // Loading songs into slots: slot mapping and base frequencies, creation modes, trim off, and
 // bad input that must be logged and refused without crashing or hanging.
 #include "EngineTestSupport.h"
+#include "GzipSong.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -126,6 +127,25 @@ TEST(SongLoading, BadInputIsLoggedAndRefusedWithoutHarm) {
         EXPECT_FALSE(channelPlays(*engine, 1));
         engine->stopAll(); // releasing a failed slot is refused, logged and harmless
     }
+}
+
+TEST(SongLoading, AGzipTrailerClaimingMoreThanTheDataHoldsCostsOnlyWhatUnpacks) {
+    ScratchDir dir("overstated");
+    writeWav(dir.file("song.wav"), 44100, 4410, tone());
+    ASSERT_EQ(std::system("gzip -kn song.wav"), 0);
+    std::vector<uint8_t> gz = readBytes(dir.file("song.wav.gz"));
+    const uint32_t claimed = 400u << 20; // under the limit, far over the content
+    for (size_t i = 0; i < 4; ++i) {
+        gz[gz.size() - 4 + i] = static_cast<uint8_t>(claimed >> (8 * i));
+    }
+    writeBytes(dir.file("overstated.wav.gz"), gz);
+    const engine_detail::GzipUnpacked unpacked =
+        engine_detail::unpackGzipSong(dir.file("overstated.wav.gz"));
+    // zlib checks the trailer at the stream's end, so the lie is caught; the buffer must not
+    // have been sized by it on the way.
+    EXPECT_EQ(unpacked.status, engine_detail::GzipUnpacked::Status::Damaged);
+    EXPECT_TRUE(unpacked.data.empty());
+    EXPECT_LT(unpacked.data.capacity(), size_t{32} << 20) << "memory follows the data";
 }
 
 // Writes an executable shell script standing in for the ripper.
