@@ -41,6 +41,22 @@ endfunction()
 #   With TAMBERLO_BUILD_FUZZ (clang): builds a libFuzzer target and registers a bounded run
 #   (default 60 s) as a CTest test labelled "fuzz". The corpus starts from fuzz/NAME/ in the
 #   build tree; a target may seed it by putting files there before the run.
+# tamberlo_add_fuzz_seeds(FUZZER SOURCES ... LIBS ...)
+#   With TAMBERLO_BUILD_FUZZ: builds FUZZER_seeds from SOURCES, a tool that takes the corpus
+#   folder as its one argument and writes seed inputs there, and runs it before FUZZER.
+function(tamberlo_add_fuzz_seeds fuzzer)
+    if(NOT TAMBERLO_BUILD_FUZZ)
+        return()
+    endif()
+    cmake_parse_arguments(S "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${fuzzer}_seeds ${S_SOURCES})
+    target_link_libraries(${fuzzer}_seeds PRIVATE ${S_LIBS})
+    add_test(NAME ${fuzzer}_seeds
+        COMMAND ${fuzzer}_seeds ${CMAKE_BINARY_DIR}/fuzz/${fuzzer}-corpus)
+    set_tests_properties(${fuzzer}_seeds PROPERTIES LABELS fuzz FIXTURES_SETUP ${fuzzer}_seeds)
+    set_tests_properties(${fuzzer} PROPERTIES FIXTURES_REQUIRED ${fuzzer}_seeds)
+endfunction()
+
 function(tamberlo_add_fuzzer name)
     if(NOT TAMBERLO_BUILD_FUZZ)
         return()
