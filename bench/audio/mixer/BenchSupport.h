@@ -32,8 +32,8 @@ inline std::string shellQuote(const std::string& text) {
     return quoted + "'";
 }
 
-// A System on `kind` with a reverb and a normalizer in the chain, both active, master at 0.8.
-inline audio::System* makeFullPathSystem(audio::OutputKind kind, int channels = 4) {
+// A started System on `kind` with nothing in its chain; exits when it cannot start.
+inline audio::System* makePlainSystem(audio::OutputKind kind, int channels = 4) {
     audio::System* system = nullptr;
     audio::System::create(&system);
     audio::OutputSpec outputSpec;
@@ -42,6 +42,12 @@ inline audio::System* makeFullPathSystem(audio::OutputKind kind, int channels = 
         std::fprintf(stderr, "the sound library did not start\n");
         std::exit(1);
     }
+    return system;
+}
+
+// A System on `kind` with a reverb and a normalizer in the chain, both active, master at 0.8.
+inline audio::System* makeFullPathSystem(audio::OutputKind kind, int channels = 4) {
+    audio::System* system = makePlainSystem(kind, channels);
     for (audio::DspType type : {audio::DspType::Reverb, audio::DspType::Normalize}) {
         audio::Dsp* dsp = nullptr;
         system->createDsp(type, &dsp);

@@ -37,11 +37,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: bench-module-render MODULE...\n");
         return 2;
     }
-    audio::System* system = nullptr;
-    audio::System::create(&system);
-    audio::OutputSpec outputSpec;
-    outputSpec.kind = audio::OutputKind::Offline;
-    system->init(4, outputSpec);
+    audio::System* system = bench::makePlainSystem(audio::OutputKind::Offline);
     int failures = 0;
     for (int i = 1; i < argc; ++i) {
         double ours = 1e9;

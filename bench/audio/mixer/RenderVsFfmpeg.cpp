@@ -19,11 +19,7 @@ int main(int argc, char** argv) {
     }
     audio::System* system = bench::makeFullPathSystem(audio::OutputKind::Offline);
     // The same without effect units, to show what the units cost.
-    audio::System* plain = nullptr;
-    audio::System::create(&plain);
-    audio::OutputSpec outputSpec;
-    outputSpec.kind = audio::OutputKind::Offline;
-    plain->init(4, outputSpec);
+    audio::System* plain = bench::makePlainSystem(audio::OutputKind::Offline);
     int failures = 0;
     for (int i = first; i < argc; ++i) {
         const std::string path = argv[i];
