@@ -18,6 +18,18 @@ struct Registry {
         add(FormatId::MultiChannel4, multiChannel4Steps);
         add(FormatId::NoisePackerV2, noisePackerV2Steps);
         add(FormatId::Ac1d, ac1dSteps);
+        add(FormatId::ThePlayer50A, thePlayer50ASteps);
+        add(FormatId::ThePlayer60A, thePlayer60ASteps);
+        add(FormatId::ThePlayer60APacked, thePlayer60APackedSteps);
+        add(FormatId::ThePlayer61A, thePlayer61ASteps);
+        add(FormatId::ThePlayer61APacked, thePlayer61APackedSteps);
+        add(FormatId::ThePlayer22A, thePlayer22ASteps);
+        add(FormatId::ThePlayer30A, thePlayer30ASteps);
+        add(FormatId::ThePlayer40A, thePlayer40ASteps);
+        add(FormatId::ThePlayer40B, thePlayer40BSteps);
+        add(FormatId::ThePlayer41A, thePlayer41ASteps);
+        add(FormatId::ProRunner1, proRunner1Steps);
+        add(FormatId::ProRunner2, proRunner2Steps);
     }
 };
 } // namespace

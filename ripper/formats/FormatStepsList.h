@@ -8,3 +8,15 @@
 extern const FormatSteps multiChannel4Steps; // MultiChannel.cpp
 extern const FormatSteps noisePackerV2Steps; // NoisePackerV2.cpp
 extern const FormatSteps ac1dSteps;          // Ac1d.cpp
+extern const FormatSteps thePlayer50ASteps;       // ThePlayer6x.cpp
+extern const FormatSteps thePlayer60ASteps;       // ThePlayer6x.cpp
+extern const FormatSteps thePlayer60APackedSteps; // ThePlayer6x.cpp
+extern const FormatSteps thePlayer61ASteps;       // ThePlayer6x.cpp
+extern const FormatSteps thePlayer61APackedSteps; // ThePlayer6x.cpp
+extern const FormatSteps thePlayer22ASteps;       // ThePlayer4x.cpp
+extern const FormatSteps thePlayer30ASteps;       // ThePlayer4x.cpp
+extern const FormatSteps thePlayer40ASteps;       // ThePlayer4x.cpp
+extern const FormatSteps thePlayer40BSteps;       // ThePlayer4x.cpp
+extern const FormatSteps thePlayer41ASteps;       // ThePlayer4x.cpp
+extern const FormatSteps proRunner1Steps;         // ProRunner.cpp
+extern const FormatSteps proRunner2Steps;         // ProRunner.cpp

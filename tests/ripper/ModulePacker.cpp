@@ -5,10 +5,13 @@
 #include <cstring>
 #include <map>
 
-namespace {
 constexpr unsigned kPeriods[37] = {0,   856, 808, 762, 720, 678, 640, 604, 570, 538, 508, 480, 453,
                                    428, 404, 381, 360, 339, 320, 302, 285, 269, 254, 240, 226, 214,
                                    202, 190, 180, 170, 160, 151, 143, 135, 127, 120, 113};
+
+unsigned periodOfNote(unsigned note) {
+    return note < 37 ? kPeriods[note] : 0;
+}
 
 void put16(Bytes& out, std::size_t at, unsigned value) {
     out[at] = static_cast<std::uint8_t>(value >> 8);
@@ -22,7 +25,6 @@ unsigned get16(const std::uint8_t* at) {
     return at[0] << 8 | at[1];
 }
 
-// Note number 1-36 of the table period nearest to `period` (0 for no note).
 unsigned noteOf(unsigned period) {
     if (period == 0)
         return 0;
@@ -33,6 +35,7 @@ unsigned noteOf(unsigned period) {
     return best;
 }
 
+namespace {
 // A volume-slide style parameter as NoisePacker v2 stores it: up-slides as the nibble, down
 // slides negated. nullopt when both nibbles are set and the value is 0x80 or more.
 std::optional<unsigned> packSlide(unsigned value) {
@@ -88,6 +91,7 @@ Cell ac1dRoundTrip(Cell cell) {
         cell.effect = cell.parameter = 0;
     return cell;
 }
+} // namespace
 
 unsigned songPatternCount(const ProTrackerModule& module) {
     unsigned highest = 0;
@@ -96,7 +100,6 @@ unsigned songPatternCount(const ProTrackerModule& module) {
     return highest + 1;
 }
 
-// Header with zero title and names, the banner texts, then the given patterns and samples.
 Bytes assemble(std::array<std::uint8_t, 1084> header, const std::vector<Pattern>& patterns,
                const Bytes& samples, const char* bannerName) {
     std::fill(header.begin(), header.begin() + 20, 0);
@@ -118,6 +121,7 @@ Bytes assemble(std::array<std::uint8_t, 1084> header, const std::vector<Pattern>
     return out;
 }
 
+namespace {
 // Highest sample slot (1-31) with data or used by a note of the first `patterns` patterns.
 unsigned noisePackerSampleCount(const ProTrackerModule& module, unsigned patterns) {
     unsigned count = 1;

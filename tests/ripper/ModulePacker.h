@@ -42,6 +42,21 @@ struct ProTrackerModule {
     Bytes bytes() const;
 };
 
+// Tools for packers: the finetune-0 period of note 1-36 (0 for 0 or out of range), the nearest
+// note number of a period (0 for no note), big-endian stores and loads.
+constexpr std::size_t kPeriodCount = 37;
+unsigned periodOfNote(unsigned note);
+unsigned noteOf(unsigned period);
+void put16(Bytes& out, std::size_t at, unsigned value);
+void put32(Bytes& out, std::size_t at, unsigned value);
+unsigned get16(const std::uint8_t* at);
+// Number of patterns the song plays: the highest of its first songLength order entries + 1.
+unsigned songPatternCount(const ProTrackerModule& module);
+// The converter's output: `header` with zero title and names, "M.K." and the banner texts with
+// `bannerName` (18 characters), then the patterns and the sample data.
+Bytes assemble(std::array<std::uint8_t, 1084> header, const std::vector<Pattern>& patterns,
+               const Bytes& samples, const char* bannerName);
+
 Bytes packNoisePackerV2(const ProTrackerModule& module);
 Bytes packAc1d(const ProTrackerModule& module);
 

@@ -2,6 +2,7 @@
 
 #include "RipFile.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -46,4 +47,49 @@ RipRun ripCaptured(const std::string& path, int argumentCount) {
     const int result = ripFile(argumentCount, path.c_str());
     std::fflush(stdout);
     return {result, testing::internal::GetCapturedStdout()};
+}
+
+std::vector<std::filesystem::path> mediaModules() {
+    const char* media = std::getenv("TAMBERLO_TEST_MEDIA");
+    std::vector<std::filesystem::path> modules;
+    if (!media)
+        return modules;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::filesystem::path(media) / "mod"))
+        if (entry.path().extension() == ".mod")
+            modules.push_back(entry.path());
+    std::sort(modules.begin(), modules.end());
+    return modules;
+}
+
+Bytes hideInside(const Bytes& packed, unsigned seed) {
+    Bytes file = filler(4096 + seed * 17, seed);
+    file.insert(file.end(), packed.begin(), packed.end());
+    const Bytes tail = filler(3000, seed + 1);
+    file.insert(file.end(), tail.begin(), tail.end());
+    return file;
+}
+
+void expectRoundTrips(std::span<const Packer> packers, int minimum) {
+    int converted = 0;
+    unsigned seed = 1;
+    for (const auto& path : mediaModules()) {
+        const auto module = ProTrackerModule::parse(readFile(path));
+        if (!module)
+            continue; // not a 31-sample "M.K." module
+        for (const Packer& packer : packers) {
+            SCOPED_TRACE(path.filename().string() + " as " + packer.name);
+            TempWorkDir dir;
+            writeFile("input.bin", hideInside(packer.pack(*module), ++seed));
+            const RipRun run = ripCaptured("input.bin");
+            EXPECT_GE(run.result, 0);
+            ASSERT_TRUE(std::filesystem::exists("-1.mod")) << run.console;
+            const Bytes expected = packer.expected(*module);
+            const Bytes actual = readFile("-1.mod");
+            ASSERT_EQ(actual.size(), expected.size());
+            EXPECT_TRUE(actual == expected);
+            ++converted;
+        }
+    }
+    EXPECT_GE(converted, minimum) << "too few modules in TAMBERLO_TEST_MEDIA/mod";
 }

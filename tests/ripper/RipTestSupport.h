@@ -7,7 +7,9 @@
 #include "ModulePacker.h"
 
 #include <filesystem>
+#include <span>
 #include <string>
+#include <vector>
 
 // Creates a temporary directory, makes it the current directory and removes it afterwards.
 class TempWorkDir {
@@ -35,3 +37,18 @@ struct RipRun {
 };
 // Runs ripFile(2, path) in this process and captures its standard output.
 RipRun ripCaptured(const std::string& path, int argumentCount = 2);
+
+// The ProTracker modules of the test media (TAMBERLO_TEST_MEDIA/mod/*.mod), sorted.
+std::vector<std::filesystem::path> mediaModules();
+// `packed` between deterministic filler bytes, so the scan has to find it.
+Bytes hideInside(const Bytes& packed, unsigned seed);
+
+// A test-side packer of one format and the module the ripper must give back for its output.
+struct Packer {
+    const char* name;
+    Bytes (*pack)(const ProTrackerModule&);
+    Bytes (*expected)(const ProTrackerModule&);
+};
+// Packs every 31-sample module of the test media with each packer, hides it inside other bytes,
+// rips it and expects exactly the packer's expected module; at least `minimum` conversions.
+void expectRoundTrips(std::span<const Packer> packers, int minimum = 20);

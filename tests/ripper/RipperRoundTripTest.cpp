@@ -7,58 +7,11 @@
 #include <gtest/gtest.h>
 
 namespace {
-struct Packer {
-    const char* name;
-    Bytes (*pack)(const ProTrackerModule&);
-    Bytes (*expected)(const ProTrackerModule&);
-};
-
 const Packer kPackers[] = {{"NoisePacker v2", packNoisePackerV2, expectedFromNoisePackerV2},
                            {"AC1D", packAc1d, expectedFromAc1d}};
 
-std::vector<std::filesystem::path> mediaModules() {
-    const char* media = std::getenv("TAMBERLO_TEST_MEDIA");
-    std::vector<std::filesystem::path> modules;
-    if (!media)
-        return modules;
-    for (const auto& entry :
-         std::filesystem::directory_iterator(std::filesystem::path(media) / "mod"))
-        if (entry.path().extension() == ".mod")
-            modules.push_back(entry.path());
-    std::sort(modules.begin(), modules.end());
-    return modules;
-}
-
-Bytes hideInside(const Bytes& packed, unsigned seed) {
-    Bytes file = filler(4096 + seed * 17, seed);
-    file.insert(file.end(), packed.begin(), packed.end());
-    const Bytes tail = filler(3000, seed + 1);
-    file.insert(file.end(), tail.begin(), tail.end());
-    return file;
-}
-
 TEST(RipperRoundTrip, PackedRealModulesComeBackAsTheirMusic) {
-    int converted = 0;
-    unsigned seed = 1;
-    for (const auto& path : mediaModules()) {
-        const auto module = ProTrackerModule::parse(readFile(path));
-        if (!module)
-            continue; // not a 31-sample "M.K." module
-        for (const Packer& packer : kPackers) {
-            SCOPED_TRACE(path.filename().string() + " as " + packer.name);
-            TempWorkDir dir;
-            writeFile("input.bin", hideInside(packer.pack(*module), ++seed));
-            const RipRun run = ripCaptured("input.bin");
-            EXPECT_GE(run.result, 0);
-            ASSERT_TRUE(std::filesystem::exists("-1.mod")) << run.console;
-            const Bytes expected = packer.expected(*module);
-            const Bytes actual = readFile("-1.mod");
-            ASSERT_EQ(actual.size(), expected.size());
-            EXPECT_TRUE(actual == expected);
-            ++converted;
-        }
-    }
-    EXPECT_GE(converted, 20) << "too few modules in TAMBERLO_TEST_MEDIA/mod";
+    expectRoundTrips(kPackers);
 }
 
 TEST(RipperRoundTrip, AProTrackerModuleInsideOtherDataGivesNoOutput) {

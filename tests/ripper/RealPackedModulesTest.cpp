@@ -1,0 +1,152 @@
+// Real music: every packed module found in demos and games (the folder TAMBERLO_PACKED_MODULES
+// with its MANIFEST.tsv) of a format the ripper converts must come out as a module that plays:
+// "M.K.", every note period in the finetune-0 table, every pattern the song plays present,
+// sample lengths adding up to the sample data, a length between 5 s and 30 min in our sound
+// library, and, where the folder holds the unpacked original, the same sample data.
+#include "Audio.h"
+#include "RipTestSupport.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <sstream>
+
+namespace {
+// Manifest format names of the converted formats.
+const std::set<std::string> kConvertedFormats = {"NP2",  "P40A", "P40B", "P41A", "P50A",
+                                                 "P60A", "P61A", "PRU1", "PRU2"};
+// Files whose samples are packed: reported on the console and never converted.
+const std::set<std::string> kPackedSampleFiles = {"P61A.stardust"};
+
+const std::filesystem::path kFolder = TAMBERLO_PACKED_MODULES_DIR;
+
+struct ManifestFile {
+    std::string name;
+    std::string format;
+};
+
+std::vector<ManifestFile> topLevelFiles() {
+    std::vector<ManifestFile> files;
+    std::ifstream manifest(kFolder / "MANIFEST.tsv");
+    std::string line;
+    std::getline(manifest, line); // column names
+    while (std::getline(manifest, line)) {
+        std::istringstream fields(line);
+        ManifestFile file;
+        std::getline(fields, file.name, '\t');
+        std::getline(fields, file.format, '\t');
+        if (file.name.find('/') == std::string::npos)
+            files.push_back(file);
+    }
+    return files;
+}
+
+unsigned be16At(const Bytes& bytes, std::size_t at) {
+    return bytes[at] << 8 | bytes[at + 1];
+}
+
+// What is wrong with `mod` as a playable 31-sample module; empty when nothing is.
+std::string problemsOf(const Bytes& mod) {
+    if (mod.size() < 1084 || std::memcmp(mod.data() + 1080, "M.K.", 4) != 0)
+        return "no M.K. module";
+    const unsigned songLength = mod[950];
+    if (songLength == 0 || songLength > 128)
+        return "song length " + std::to_string(songLength);
+    const unsigned patterns =
+        *std::max_element(mod.begin() + 952, mod.begin() + 952 + songLength) + 1u;
+    std::size_t sampleBytes = 0;
+    for (int i = 0; i < 31; ++i)
+        sampleBytes += 2 * be16At(mod, 20 + 30 * i + 22);
+    if (mod.size() != 1084 + 1024 * std::size_t(patterns) + sampleBytes)
+        return "size " + std::to_string(mod.size()) + " is not header, " +
+               std::to_string(patterns) + " patterns and " + std::to_string(sampleBytes) +
+               " bytes of samples";
+    std::set<unsigned> periods;
+    for (unsigned note = 0; note < kPeriodCount; ++note)
+        periods.insert(periodOfNote(note));
+    for (std::size_t at = 1084; at < 1084 + 1024 * std::size_t(patterns); at += 4) {
+        const unsigned period = (mod[at] & 0x0F) << 8 | mod[at + 1];
+        if (!periods.count(period))
+            return "period " + std::to_string(period) + " at byte " + std::to_string(at);
+    }
+    return {};
+}
+
+// Length in milliseconds as our sound library plays it; 0 when it cannot open the module.
+unsigned playedLength(const Bytes& mod) {
+    audio::System* system = nullptr;
+    audio::System::create(&system);
+    audio::OutputSpec output;
+    output.kind = audio::OutputKind::Offline;
+    unsigned length = 0;
+    audio::Sound* sound = nullptr;
+    audio::CreateSoundInfo info;
+    info.length = mod.size();
+    if (system->init(4, output) == audio::Result::Ok &&
+        system->createSound(reinterpret_cast<const char*>(mod.data()),
+                            audio::Mode::OpenOnly | audio::Mode::OpenMemory, &info,
+                            &sound) == audio::Result::Ok) {
+        sound->getLength(&length, audio::TimeUnit::Ms);
+        sound->release();
+    }
+    system->release();
+    return length;
+}
+
+std::size_t sampleDataStart(const Bytes& mod) {
+    unsigned highest = 0;
+    for (unsigned i = 0; i < mod[950]; ++i)
+        highest = std::max<unsigned>(highest, mod[952 + i]);
+    return 1084 + 1024 * std::size_t(highest + 1);
+}
+
+TEST(RealPackedModules, EveryConvertedFormatGivesAPlayableModule) {
+    if (!std::filesystem::exists(kFolder / "MANIFEST.tsv"))
+        GTEST_SKIP() << "no packed modules at " << kFolder;
+    std::map<std::string, std::pair<int, int>> convertedPerFormat;
+    for (const ManifestFile& file : topLevelFiles()) {
+        if (!kConvertedFormats.count(file.format))
+            continue;
+        SCOPED_TRACE(file.name);
+        auto& [converted, files] = convertedPerFormat[file.format];
+        ++files;
+        TempWorkDir dir;
+        const RipRun run = ripCaptured((kFolder / file.name).string());
+        EXPECT_GE(run.result, 0);
+        if (kPackedSampleFiles.count(file.name)) {
+            EXPECT_NE(run.console.find("with PACKED samples found at"), std::string::npos);
+            EXPECT_FALSE(std::filesystem::exists("-1.mod"));
+            ++converted;
+            continue;
+        }
+        if (!std::filesystem::exists("-1.mod")) {
+            ADD_FAILURE() << "nothing converted: " << run.console;
+            continue;
+        }
+        const Bytes mod = readFile("-1.mod");
+        const std::string problems = problemsOf(mod);
+        EXPECT_EQ(problems, "");
+        if (!problems.empty())
+            continue;
+        const unsigned length = playedLength(mod);
+        EXPECT_GE(length, 5000u);
+        EXPECT_LE(length, 30u * 60 * 1000);
+        const auto original =
+            kFolder / "originals" / ("MOD" + file.name.substr(file.name.find('.')));
+        if (std::filesystem::exists(original)) {
+            const Bytes reference = readFile(original);
+            const Bytes samples(mod.begin() + std::ptrdiff_t(sampleDataStart(mod)), mod.end());
+            EXPECT_NE(
+                std::search(reference.begin(), reference.end(), samples.begin(), samples.end()),
+                reference.end())
+                << "sample data differs from " << original;
+        }
+        ++converted;
+    }
+    for (const auto& [format, counts] : convertedPerFormat)
+        std::printf("%-5s %d of %d converted\n", format.c_str(), counts.first, counts.second);
+}
+} // namespace
