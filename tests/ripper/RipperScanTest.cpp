@@ -3,6 +3,7 @@
 #include "RipState.h"
 #include "RipTestSupport.h"
 #include "Scan.h"
+#include "ScanOrder.h"
 #include "formats/MultiChannel.h"
 
 #include <cstring>
@@ -209,6 +210,26 @@ TEST(Scan, TruncatedPackedModulesAtTheEndOfAFileAreRejected) {
         file.insert(file.end(), cut.begin(), cut.end());
         EXPECT_TRUE(ripToModule(file).empty());
     }
+}
+
+// Every tag the scan knows, repeated over a whole file at each alignment, and runs of the small
+// bytes that wake the chain tests: every test and converter they reach must end without reading
+// outside the input (the sanitizer build runs this too) and without looping.
+TEST(Scan, FilesFullOfSignaturesNeitherCrashNorHang) {
+    std::vector<Bytes> patterns;
+    for (const TagRow& row : tagRows())
+        patterns.emplace_back(row.tag.begin(), row.tag.end());
+    for (const char* special : {"!PM!", "<", "1CHN", "16CH"})
+        patterns.emplace_back(special, special + std::strlen(special));
+    for (std::uint8_t small : {0x00, 0x01, 0x0C, 0x1F, 0x40})
+        patterns.push_back({small, 0x00, small, 0x40, 0x00, 0x00});
+    for (const Bytes& pattern : patterns)
+        for (std::size_t shift = 0; shift < 3; ++shift) {
+            Bytes file(shift, 0x55);
+            while (file.size() < 256 * 1024)
+                file.insert(file.end(), pattern.begin(), pattern.end());
+            ripToModule(file);
+        }
 }
 
 TEST(Scan, StopsSixtyFourBytesBeforeTheEnd) {
