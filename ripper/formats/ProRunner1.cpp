@@ -6,7 +6,8 @@
 // list at 952), "SNT." at 1080, the stored patterns from 1084 (as in ProTracker, as many as the
 // highest of all 128 order entries + 1, 64 rows x 4 channels x 4 bytes), then the sample data as
 // plain 8-bit PCM. A cell is: sample number (0-31), note number (0 none, 1-36 the finetune-0
-// periods of C-1 to B-3), effect command (0-15), effect parameter.
+// periods of C-1 to B-3; empty cells hold 0, and ProRunner 2 counts its notes the same way),
+// effect command (0-15), effect parameter.
 //
 // The output keeps only the patterns the song plays and zeroes the order list behind the song,
 // so the written module holds every pattern its order list names and nothing more.

@@ -9,11 +9,11 @@
 //
 // A pattern is 64 rows of 4 cells, row by row. A cell starting with 0x80 is one byte and empty;
 // one starting with 0xC0 is one byte and repeats the last three-byte cell of its channel in this
-// pattern (empty cells do not count; with none yet it is empty). Any other cell is three bytes:
-// bits 1-7 of the first are the note number (0 none, 1-36 the finetune-0 periods of C-1 to
-// B-3) and bit 0 is bit 0 of the sample number; the second holds sample bits 1-4 in its high
-// nibble and the effect command in its low nibble; the third is the effect parameter. Effects are
-// stored as ProTracker has them.
+// pattern (empty cells do not count; with none yet it is empty, as patterns play in any order).
+// Any other cell is three bytes: bits 1-7 of the first are the note number (0 none, 1-36 the
+// finetune-0 periods of C-1 to B-3) and bit 0 is bit 0 of the sample number; the second holds
+// sample bits 1-4 in its high nibble and the effect command in its low nibble; the third is the
+// effect parameter. Effects are stored as ProTracker has them.
 #include "../InputBytes.h"
 #include "../ModuleWriter.h"
 #include "../OutputModule.h"
