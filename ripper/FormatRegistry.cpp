@@ -30,6 +30,20 @@ struct Registry {
         add(FormatId::ThePlayer41A, thePlayer41ASteps);
         add(FormatId::ProRunner1, proRunner1Steps);
         add(FormatId::ProRunner2, proRunner2Steps);
+        add(FormatId::NoisePackerV1, noisePackerV1Steps);
+        add(FormatId::NoisePackerV3, noisePackerV3Steps);
+        add(FormatId::Noiserunner, noiserunnerSteps);
+        add(FormatId::ProPacker10Exe, proPacker10ExeSteps);
+        add(FormatId::ProPacker21, proPacker21Steps);
+        add(FormatId::ProPacker30, proPacker30Steps);
+        add(FormatId::TrackerPackerV1, trackerPackerV1Steps);
+        add(FormatId::TrackerPackerV2, trackerPackerV2Steps);
+        add(FormatId::TrackerPackerV3, trackerPackerV3Steps);
+        add(FormatId::Promizer01, promizer01Steps);
+        add(FormatId::Promizer10c, promizer10cSteps);
+        add(FormatId::Promizer18a, promizer18aSteps);
+        add(FormatId::Promizer20, promizer20Steps);
+        add(FormatId::Promizer40, promizer40Steps);
     }
 };
 } // namespace

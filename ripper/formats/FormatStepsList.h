@@ -5,9 +5,9 @@
 
 #include "../Formats.h"
 
-extern const FormatSteps multiChannel4Steps; // MultiChannel.cpp
-extern const FormatSteps noisePackerV2Steps; // NoisePackerV2.cpp
-extern const FormatSteps ac1dSteps;          // Ac1d.cpp
+extern const FormatSteps multiChannel4Steps;      // MultiChannel.cpp
+extern const FormatSteps noisePackerV2Steps;      // NoisePackerV2.cpp
+extern const FormatSteps ac1dSteps;               // Ac1d.cpp
 extern const FormatSteps thePlayer50ASteps;       // ThePlayer6x.cpp
 extern const FormatSteps thePlayer60ASteps;       // ThePlayer6x.cpp
 extern const FormatSteps thePlayer60APackedSteps; // ThePlayer6x.cpp
@@ -20,3 +20,17 @@ extern const FormatSteps thePlayer40BSteps;       // ThePlayer4x.cpp
 extern const FormatSteps thePlayer41ASteps;       // ThePlayer4x.cpp
 extern const FormatSteps proRunner1Steps;         // ProRunner.cpp
 extern const FormatSteps proRunner2Steps;         // ProRunner.cpp
+extern const FormatSteps noisePackerV1Steps;      // NoisePacker.cpp
+extern const FormatSteps noisePackerV3Steps;      // NoisePacker.cpp
+extern const FormatSteps noiserunnerSteps;        // NoisePacker.cpp
+extern const FormatSteps proPacker10ExeSteps;     // ProPacker.cpp
+extern const FormatSteps proPacker21Steps;        // ProPacker.cpp
+extern const FormatSteps proPacker30Steps;        // ProPacker.cpp
+extern const FormatSteps trackerPackerV1Steps;    // TrackerPacker.cpp
+extern const FormatSteps trackerPackerV2Steps;    // TrackerPacker.cpp
+extern const FormatSteps trackerPackerV3Steps;    // TrackerPacker.cpp
+extern const FormatSteps promizer01Steps;         // Promizer.cpp
+extern const FormatSteps promizer10cSteps;        // Promizer.cpp
+extern const FormatSteps promizer18aSteps;        // Promizer.cpp
+extern const FormatSteps promizer20Steps;         // Promizer.cpp
+extern const FormatSteps promizer40Steps;         // Promizer.cpp
