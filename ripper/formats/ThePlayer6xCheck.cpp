@@ -1,0 +1,98 @@
+// The test step of The Player 5.0A, 6.0A and 6.1A (layout in ThePlayer6x.h): header counts and
+// offsets, every sample record, the position list, every track address and every pattern decoded
+// with the version's entry rules, which is what tells 6.0A and 6.1A apart.
+#include "../InputBytes.h"
+#include "ThePlayer6x.h"
+
+#include <algorithm>
+
+namespace thePlayer6x {
+namespace {
+// The scan finds a module at the volume byte of its first sample record.
+constexpr std::uint32_t kVolumeOffset = 7;
+constexpr std::uint32_t kPackedSizeBytes = 4;
+
+// Checks the records; returns the bytes of sample data they need in `sampleBytes`.
+bool checkSamples(const RipState& st, const Layout& layout, std::uint64_t& sampleBytes) {
+    sampleBytes = 0;
+    for (unsigned i = 0; i < layout.samples; ++i) {
+        const std::uint64_t record = layout.records + kRecordBytes * i;
+        const std::uint8_t finetune = u8(st, record + 2);
+        if (u8(st, record + 3) > 64 || (finetune & (layout.packed ? 0x70 : 0xF0)) != 0)
+            return false;
+        const std::uint16_t length = be16(st, record);
+        unsigned source = 0;
+        if (repeatsSample(st, layout, i, source)) {
+            if (source >= i || be16(st, layout.records + kRecordBytes * source) >= 0x8000)
+                return false;
+        } else {
+            sampleBytes += length * 2u;
+        }
+        const std::uint16_t loopStart = be16(st, record + 4);
+        if (loopStart != kNoLoop && loopStart >= sampleWords(st, layout, i))
+            return false;
+    }
+    return true;
+}
+
+// Checks the position list; every pattern number below the count and the last one played.
+bool checkPositions(const RipState& st, const Layout& layout, Version version) {
+    if (layout.positionCount == 0 || layout.positionCount > kMaxPositions)
+        return false;
+    unsigned highest = 0;
+    for (unsigned i = 0; i < layout.positionCount; ++i) {
+        if (version == Version::V50A && u8(st, layout.positions + i) % 2 != 0)
+            return false;
+        highest = std::max(highest, patternAt(st, layout, version, i));
+    }
+    return highest + 1 == layout.patterns;
+}
+
+bool checkTracks(const RipState& st, const Layout& layout, Version version) {
+    const std::uint64_t trackBytes = layout.sampleData - layout.trackData;
+    for (unsigned i = 0; i < layout.patterns * 4; ++i)
+        if (be16(st, layout.trackTable + 2 * i) >= trackBytes)
+            return false;
+    PatternCells cells;
+    for (unsigned pattern = 0; pattern < layout.patterns; ++pattern)
+        if (!decodePattern(st, layout, version, pattern, true, cells))
+            return false;
+    return true;
+}
+} // namespace
+
+int testModule(RipState& st, Version version, bool packed) {
+    const std::uint32_t volumeOffset = kVolumeOffset + (packed ? kPackedSizeBytes : 0);
+    if (st.position < volumeOffset)
+        return 1;
+    const std::uint64_t s = st.position - volumeOffset;
+    // The header up to the first record lies before the position, so it is inside the input.
+    const std::uint8_t samples = u8(st, s + 3);
+    const std::uint32_t sampleDataOffset = be16(st, s);
+    if ((samples & kSampleCountBits) == 0 || (samples & kSampleCountBits) > 31 ||
+        bool(samples & kPackedSamples) != packed || sampleDataOffset % 2 != 0)
+        return 1;
+    const unsigned patterns = u8(st, s + 2);
+    if (patterns == 0 || patterns > kMaxPatterns || !fits(st, s, sampleDataOffset))
+        return 1;
+    const std::uint64_t records = s + volumeOffset - 3;
+    if (records + kRecordBytes * (samples & kSampleCountBits) + 8 * patterns >=
+        s + sampleDataOffset)
+        return 1;
+    const Layout layout = layoutAt(st, s);
+    std::uint64_t sampleBytes = 0;
+    if (!checkSamples(st, layout, sampleBytes))
+        return 1;
+    // The position list, its end mark and at least one byte of tracks lie before the samples.
+    if (layout.trackData >= layout.sampleData || !checkPositions(st, layout, version))
+        return 1;
+    if (!packed && !fits(st, layout.sampleData, sampleBytes))
+        return 1;
+    if (!checkTracks(st, layout, version))
+        return 1;
+    st.moduleStart = static_cast<std::uint32_t>(s);
+    st.sampleDataSize = packed ? 0 : static_cast<std::uint32_t>(sampleBytes);
+    return 0;
+}
+
+} // namespace thePlayer6x
