@@ -47,23 +47,30 @@ struct ActiveScanOrder {
             powerMusic = &formatSteps(FormatId::PowerMusic);
         if (formatSteps(FormatId::XannPacker).test)
             xann = &formatSteps(FormatId::XannPacker);
+        candidates.addPair(0, -1); // zero runs are skipped at the scan itself
         for (const ActiveChainEntry& entry : chain) {
             if (entry.steps->gated)
                 candidates.lowByteGates.emplace_back(entry.steps->gates[0], entry.steps->gates[1]);
             else
-                candidates.everyLowByte = true;
+                for (unsigned low = 0; low <= 0x40; ++low)
+                    candidates.addPair(static_cast<std::uint8_t>(low), -1);
         }
         for (const auto& rows : tagsByFirstByte)
             for (const ActiveTagRow& active : rows) {
                 const std::string_view tag = active.row->tag;
-                candidates.exactBytes.emplace_back(
-                    static_cast<std::uint8_t>(tag[0]),
-                    tag.size() > 1 ? static_cast<std::uint8_t>(tag[1]) : -1);
+                candidates.addPair(static_cast<std::uint8_t>(tag[0]),
+                                   tag.size() > 1 ? static_cast<std::uint8_t>(tag[1]) : -1);
             }
         if (powerMusic)
-            candidates.exactBytes.emplace_back('!', 'P');
+            candidates.addPair('!', 'P');
         if (xann)
-            candidates.exactBytes.emplace_back('<', -1);
+            candidates.addPair('<', -1);
+        // "1CHN" .. "9CHN" and "10CH" .. "31CH": a digit followed by 'C' or a digit.
+        for (std::uint8_t digit = '1'; digit <= '9'; ++digit) {
+            candidates.addPair(digit, 'C');
+            for (std::uint8_t next = '0'; next <= '9'; ++next)
+                candidates.addPair(digit, next);
+        }
     }
 };
 

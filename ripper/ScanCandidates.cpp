@@ -3,33 +3,22 @@
 #include <algorithm>
 #include <cstring>
 
+void CandidateRules::addPair(std::uint8_t first, int second) {
+    for (unsigned next = 0; next < 256; ++next)
+        if (second < 0 || unsigned(second) == next)
+            pairs[first | next << 8] = 1;
+}
+
 void CandidateFinder::markBlock(std::uint32_t start) {
     blockStart_ = start;
     blockLength_ = std::min(Block, end_ - start);
     const std::uint32_t n = blockLength_;
     const std::uint8_t* in = input_ + start;
     std::uint8_t* marks = marks_.data();
-    // Written as simple loops over the block so that the compiler vectorises them.
-    const std::uint8_t lowMark = rules_.everyLowByte ? 1 : 0;
+    const std::uint8_t* pairs = rules_.pairs.data();
+    // Positions stay 64 bytes before the end, so the next byte is always there.
     for (std::uint32_t i = 0; i < n; ++i)
-        marks[i] = (in[i] == 0) | ((in[i] <= 0x40) & lowMark);
-    for (const auto& [first, second] : rules_.exactBytes) {
-        if (second < 0) {
-            for (std::uint32_t i = 0; i < n; ++i)
-                marks[i] |= in[i] == first;
-        } else {
-            const auto next = static_cast<std::uint8_t>(second);
-            for (std::uint32_t i = 0; i < n; ++i)
-                marks[i] |= (in[i] == first) & (in[i + 1] == next);
-        }
-    }
-    // "1CHN" .. "9CHN" and "10CH" .. "31CH": a digit followed by 'C' or a digit. Positions stay
-    // 64 bytes before the end, so the next byte is always there.
-    for (std::uint32_t i = 0; i < n; ++i) {
-        const std::uint8_t next = in[i + 1];
-        marks[i] |= (static_cast<std::uint8_t>(in[i] - '1') < 9) &
-                    ((next == 'C') | (static_cast<std::uint8_t>(next - '0') < 10));
-    }
+        marks[i] = pairs[in[i] | in[i + 1] << 8];
     for (const auto& [a, b] : rules_.lowByteGates) {
         // Positions whose gate bytes lie inside the input; the others fail the gate.
         const std::int64_t lowest = std::min(a.offset, b.offset);

@@ -15,9 +15,12 @@
 #include "Formats.h"
 
 struct CandidateRules {
-    bool everyLowByte = false; // a chain test without gates is active
-    // First bytes of active tags with their second byte (-1: any), and the '!' / '<' specials.
-    std::vector<std::pair<std::uint8_t, int>> exactBytes;
+    CandidateRules() : pairs(1 << 16, 0) {}
+    // Marks the positions whose byte is `first` and whose next byte is `second` (-1: any).
+    void addPair(std::uint8_t first, int second);
+    // One entry per (byte, next byte), indexed by byte | next byte << 8: 1 for a candidate. One
+    // table lookup per position answers for every tag at once, however many tags are active.
+    std::vector<std::uint8_t> pairs;
     // Gate pairs of the active chain tests.
     std::vector<std::pair<ScanGate, ScanGate>> lowByteGates;
 };

@@ -18,8 +18,8 @@ extern const FormatSteps thePlayer30ASteps;       // ThePlayer4x.cpp
 extern const FormatSteps thePlayer40ASteps;       // ThePlayer4x.cpp
 extern const FormatSteps thePlayer40BSteps;       // ThePlayer4x.cpp
 extern const FormatSteps thePlayer41ASteps;       // ThePlayer4x.cpp
-extern const FormatSteps proRunner1Steps;         // ProRunner.cpp
-extern const FormatSteps proRunner2Steps;         // ProRunner.cpp
+extern const FormatSteps proRunner1Steps;         // ProRunner1.cpp
+extern const FormatSteps proRunner2Steps;         // ProRunner2.cpp
 extern const FormatSteps noisePackerV1Steps;      // NoisePacker.cpp
 extern const FormatSteps noisePackerV3Steps;      // NoisePacker.cpp
 extern const FormatSteps noiserunnerSteps;        // NoisePacker.cpp
