@@ -1,6 +1,6 @@
-// The depack step of The Player 2.2A to 4.1A (layout in ThePlayer4x.h): sample records from the
-// 16-byte records, patterns rebuilt from the tracks each new track quadruple of the song points
-// at, and the sample data copied sample by sample.
+// The depack step of The Player 2.2A to 4.1A (layout in ThePlayer4x.h): the 16-byte sample
+// records become ProTracker records, each distinct track quadruple of the song becomes a pattern,
+// and the sample data is copied sample by sample.
 #include "../InputBytes.h"
 #include "../ModuleWriter.h"
 #include "../OutputModule.h"
@@ -60,7 +60,7 @@ void depackTrack(const RipState& st, const PeriodTable& periods, const TrackArea
             if (copied >= area.end)
                 break;
             // Copies do not nest; a copy entry inside one stands for an empty row.
-            row = u8OrZero(st, copied) & 0x80
+            row = u8OrZero(st, copied) == kCopyEntry
                       ? row + 1
                       : placeEntry(st, periods, copied, row, channel, pattern);
         }
