@@ -4,6 +4,7 @@
 
 #ifdef Q_OS_UNIX
 #include <csignal>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -17,10 +18,13 @@ extern "C" void onTerminationSignal(int) {
 }
 } // namespace
 
-SignalCloser::SignalCloser(QWidget* windowToClose) : window_(windowToClose) {
+SignalCloser::SignalCloser() {
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) != 0) {
         return;
     }
+    // Never block in the handler: signals that come while start-up keeps the loop from reading
+    // pile up here, and one byte is enough.
+    ::fcntl(signalPipe[1], F_SETFL, ::fcntl(signalPipe[1], F_GETFL) | O_NONBLOCK);
     notifier_ = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, this);
     connect(notifier_, &QSocketNotifier::activated, this, &SignalCloser::onSignalPipeReadable);
 
@@ -47,14 +51,24 @@ void SignalCloser::onSignalPipeReadable() {
     [[maybe_unused]] ssize_t got = ::read(signalPipe[0], &byte, 1);
     if (window_) {
         window_->close();
+    } else {
+        signalled_ = true;
     }
 }
 
 #else // Windows: the console's Ctrl+C ends the process; the window's own close path covers the
       // rest.
 
-SignalCloser::SignalCloser(QWidget* windowToClose) : window_(windowToClose) {}
+SignalCloser::SignalCloser() = default;
 SignalCloser::~SignalCloser() = default;
 void SignalCloser::onSignalPipeReadable() {}
 
 #endif
+
+void SignalCloser::closeOnSignal(QWidget* window) {
+    window_ = window;
+    if (signalled_ && window_) {
+        // Queued: the close runs from the event loop, after the caller has finished setting up.
+        QMetaObject::invokeMethod(window_, &QWidget::close, Qt::QueuedConnection);
+    }
+}

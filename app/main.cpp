@@ -5,13 +5,16 @@
 
 int main(int argc, char* argv[]) {
     QApplication application(argc, argv);
+    // Before the window loads anything: a SIGTERM during start-up then waits for it to finish
+    // and closes the window the normal way, with settings and playlist saved.
+    SignalCloser closer;
     int exitCode = 0;
     {
         MP3Database window(argc, argv);
         window.show();
         QObject::connect(&application, &QApplication::lastWindowClosed, &application,
                          &QApplication::quit);
-        SignalCloser closeOnSignal(&window);
+        closer.closeOnSignal(&window);
         exitCode = application.exec();
     }
     return exitCode;
