@@ -127,11 +127,10 @@ void MP3Database::closeEvent(QCloseEvent* event) {
     shutDown_ = true;
     saveSettings();
     progressTimer_.stop();
-    const QString lastList = playList_->model().options().lastPlaylistFile;
     if (playList_->keepTempFiles()) {
-        playList_->writeM3u(lastList);
+        playList_->model().saveLastPlaylist();
     } else {
-        QFile::remove(lastList);
+        QFile::remove(playList_->model().options().lastPlaylistFile);
     }
     delete playList_; // its destructor clears the list and, unless kept, the unpacked members
     playList_ = nullptr;

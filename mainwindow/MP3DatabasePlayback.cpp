@@ -291,8 +291,8 @@ void MP3Database::updateTimeLabel(std::uint32_t positionMs) {
 }
 
 void MP3Database::refreshInfoLabels() {
-    ui->labelTitle->setText(QFile::decodeName(QByteArray::fromStdString(currentEntry_.title)) +
-                            " (" + formatTime(currentEntry_.lengthMs) + ")");
+    ui->labelTitle->setText(PlayList::shownTitle(currentEntry_.title) + " (" +
+                            formatTime(currentEntry_.lengthMs) + ")");
     unsigned positionMs = 0;
     unsigned positionBytes = 0;
     const audio::Channel current = channel();

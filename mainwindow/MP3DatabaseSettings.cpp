@@ -119,14 +119,17 @@ void MP3Database::saveSettings() {
 }
 
 void MP3Database::restoreLastPlaylist() {
+    if (!playList_->keepTempFiles()) {
+        return;
+    }
     PlaylistModel& model = playList_->model();
-    if (playList_->keepTempFiles() && QFile::exists(model.options().lastPlaylistFile)) {
-        playList_->addPaths({model.options().lastPlaylistFile});
-        if (currentSound < 0 || currentSound >= model.count()) {
-            currentSound = 0;
-        }
-        if (model.count() > 0) {
-            markRow(currentSound, true);
-        }
+    if (model.restoreLastPlaylist() != PlaylistModel::LastList::Restored) {
+        return;
+    }
+    if (currentSound < 0 || currentSound >= model.count()) {
+        currentSound = 0;
+    }
+    if (model.count() > 0) {
+        markRow(currentSound, true);
     }
 }

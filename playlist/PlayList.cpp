@@ -26,6 +26,16 @@ bool isPressEvent(const QEvent* event) {
 
 } // namespace
 
+QString PlayList::shownTitle(const std::string& title) {
+    QString text = QFile::decodeName(QByteArray::fromStdString(title));
+    if (text.size() > MaxShownTitleChars) {
+        const bool splitsPair = text.at(MaxShownTitleChars - 1).isHighSurrogate();
+        text.truncate(splitsPair ? MaxShownTitleChars - 1 : MaxShownTitleChars);
+        text += QStringLiteral("...");
+    }
+    return text;
+}
+
 PlayList::PlayList(MP3Database* player, SoundEngine* engine, LogFile& log,
                    PlaylistModel::Options options)
     : QDialog(player), ui(std::make_unique<Ui::PlayList>()), player_(player), engine_(engine),
@@ -59,8 +69,7 @@ void PlayList::onEntriesAppended(int first, int count) {
     table->setRowCount(first + count);
     for (int row = first; row < first + count; ++row) {
         const PlaylistEntry& entry = model_->entry(row);
-        auto* item =
-            new QTableWidgetItem(QFile::decodeName(QByteArray::fromStdString(entry.title)));
+        auto* item = new QTableWidgetItem(shownTitle(entry.title));
         item->setToolTip(QFile::decodeName(QByteArray::fromStdString(entry.path)));
         table->setItem(row, 0, item);
     }
@@ -83,7 +92,7 @@ void PlayList::onEntryChanged(int row) {
         return;
     }
     const PlaylistEntry& entry = model_->entry(row);
-    item->setText(QFile::decodeName(QByteArray::fromStdString(entry.title)));
+    item->setText(shownTitle(entry.title));
     item->setToolTip(QFile::decodeName(QByteArray::fromStdString(entry.path)));
     applyRowLook(row);
 }

@@ -56,6 +56,10 @@ public:
 
     static constexpr int RowHeight = 16;
 
+    // The text shown for a title: cut after MaxShownTitleChars characters (then ending in "...")
+    // so that no row or label ever lays out a huge text.
+    static QString shownTitle(const std::string& title);
+
 public slots:
     void on_buttonSave_clicked();
     void on_buttonAddDirs_clicked();

@@ -17,12 +17,15 @@
 // - M3U skips lines starting "#EXTM3U" or "#EXTINF" in any case; every other '#' line is a path.
 // - PLS uses only lines starting "File" in any case; the value is the text after the first '='
 //   (the whole line when there is none); key numbers are ignored, order is line order.
+// - A line longer than MaxPathBytes, or one whose path would be, is left out and counted: it can
+//   name no file. Only the first MaxPathBytes bytes of a line are ever kept in memory.
 // Consequence: every path is an absolute path, the list's folder joined with a line, or an
-// "http://" URL; it never holds '\n', '\r' or NUL.
+// "http://" URL; it never holds '\n', '\r' or NUL and is at most MaxPathBytes long.
 //
 // Threading: pure functions over files and memory; any thread.
 
 #include "PlaylistEntry.h"
+#include "PlaylistLimits.h"
 
 #include <QString>
 
@@ -31,28 +34,32 @@
 #include <string_view>
 #include <vector>
 
-// A playlist file larger than this is refused as a whole (protects memory from hostile files).
-inline constexpr std::int64_t MaxPlaylistFileBytes = 64ll * 1024 * 1024;
-// A playlist file with more lines than this is refused as a whole (each line is an entry).
-inline constexpr std::size_t MaxPlaylistLines = 1'000'000;
-
 enum class ListReadStatus {
-    Ok,         // entries hold every line's entry (possibly none)
+    Ok,         // entries hold every line's entry (possibly none), up to the room given
     Unreadable, // missing, not a regular file, or cannot be read: no entries
-    TooLarge,   // over MaxPlaylistFileBytes or MaxPlaylistLines: no entries
+    TooLarge,   // over MaxPlaylistFileBytes: not read, no entries
+};
+
+// How much a read may still add: reading stops before the entry that would not fit.
+struct ListRoom {
+    std::size_t entries = MaxPlaylistEntries;
+    std::int64_t pathBytes = MaxPlaylistPathBytes; // summed over the paths added
 };
 
 struct ListRead {
     ListReadStatus status = ListReadStatus::Unreadable;
     std::vector<PlaylistEntry> entries;
+    int overlongLines = 0; // lines left out because their path is longer than MaxPathBytes
+    bool full = false;     // the room was used up; the lines after that were not read
 };
 
-// Reads the list file at `listPath` (8-bit, QFile::encodeName form). Never throws.
-ListRead readM3u(const std::string& listPath);
-ListRead readPls(const std::string& listPath);
+// Reads the list file at `listPath` (8-bit, QFile::encodeName form) a piece at a time, so memory
+// follows the entries made, not the file's size. Never throws.
+ListRead readM3u(const std::string& listPath, ListRoom room = {});
+ListRead readPls(const std::string& listPath, ListRoom room = {});
 
 // The same parsers over bytes already in memory; `listPath` only supplies the folder that
-// relative lines are joined to.
+// relative lines are joined to. Overlong lines are left out.
 std::vector<PlaylistEntry> parseM3u(std::string_view contents, std::string_view listPath);
 std::vector<PlaylistEntry> parsePls(std::string_view contents, std::string_view listPath);
 

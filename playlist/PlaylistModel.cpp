@@ -19,40 +19,93 @@ PlaylistModel::Options PlaylistModel::Options::systemDefaults() {
 
 PlaylistModel::PlaylistModel(LogFile& log, Options options, QObject* parent)
     : QObject(parent), log_(log), options_(std::move(options)),
-      unpacker_(log, options_.tempFolder, options_.maxUnpackedMemberBytes), collector_(log) {}
+      unpacker_(log, options_.tempFolder, options_.unpackLimits), collector_(log) {}
 
-void PlaylistModel::appendEntry(std::string title, std::string path) {
+bool PlaylistModel::hasRoomFor(std::size_t pathBytes) const {
+    return entries_.size() < MaxPlaylistEntries &&
+           pathBytes_ + static_cast<std::int64_t>(pathBytes) <= MaxPlaylistPathBytes;
+}
+
+bool PlaylistModel::appendEntry(PlaylistEntry&& entry) {
+    if (!hasRoomFor(entry.path.size())) {
+        return false;
+    }
+    pathBytes_ += static_cast<std::int64_t>(entry.path.size());
+    entries_.push_back(std::move(entry));
+    return true;
+}
+
+bool PlaylistModel::appendEntry(std::string title, std::string path) {
     PlaylistEntry entry;
     entry.title = std::move(title);
     entry.path = std::move(path);
-    entries_.push_back(std::move(entry));
+    return appendEntry(std::move(entry));
 }
 
-void PlaylistModel::appendListFile(const std::string& listPath, bool pls) {
-    ListRead list = pls ? readPls(listPath) : readM3u(listPath);
+void PlaylistModel::logFull(const std::string& path) {
+    log_.logLine(LogFile::Red,
+                 "The playlist is full (at most %zu entries, %lld bytes of paths); adding "
+                 "stopped at '%s'!",
+                 MaxPlaylistEntries, static_cast<long long>(MaxPlaylistPathBytes), path.c_str());
+}
+
+PlaylistModel::ListAdded PlaylistModel::appendListFile(const std::string& listPath, bool pls) {
+    const ListRoom room{MaxPlaylistEntries - entries_.size(), MaxPlaylistPathBytes - pathBytes_};
+    ListRead list = pls ? readPls(listPath, room) : readM3u(listPath, room);
     if (list.status == ListReadStatus::TooLarge) {
         log_.logLine(LogFile::Red, "Playlist file '%s' is too large; not read!", listPath.c_str());
     }
-    entries_.insert(entries_.end(), std::make_move_iterator(list.entries.begin()),
-                    std::make_move_iterator(list.entries.end()));
+    if (list.overlongLines > 0) {
+        log_.logLine(LogFile::Red, "Playlist file '%s': %d line(s) longer than %zu bytes left out!",
+                     listPath.c_str(), list.overlongLines, MaxPathBytes);
+    }
+    // One move of the whole list at most, while keeping the growth geometric for many small lists.
+    const size_t needed = entries_.size() + list.entries.size();
+    if (needed > entries_.capacity()) {
+        entries_.reserve(std::max(needed, 2 * entries_.capacity()));
+    }
+    for (PlaylistEntry& entry : list.entries) {
+        pathBytes_ += static_cast<std::int64_t>(entry.path.size());
+        entries_.push_back(std::move(entry));
+    }
+    return {list.status, list.full};
 }
 
 void PlaylistModel::addPaths(const QStringList& paths) {
     const int first = count();
+    const std::string here = QFile::encodeName(QDir::currentPath()).toStdString();
     for (const QString& text : paths) {
         std::string path = QFile::encodeName(text).toStdString();
+        // Kept relative, the path would name another file once the current folder changes
+        // (the next start restores the list from wherever the player is started).
+        if (!pathtext::isAbsolutePath(path) && !pathtext::isHttpUrl(path)) {
+            path = here + "/" + path;
+        }
+        if (path.size() > MaxPathBytes) {
+            log_.logLine(LogFile::Red, "Path longer than %zu bytes not added: '%.200s...'!",
+                         MaxPathBytes, path.c_str());
+            continue;
+        }
+        bool room = true;
         if (pathtext::endsWithNoCase(path, ".zip")) {
-            unpacker_.addArchive(path, entries_);
+            unpacker_.addArchive(path, [this, &room](PlaylistEntry&& entry) {
+                room = appendEntry(std::move(entry));
+                return room;
+            });
         } else if (pathtext::endsWithNoCase(path, ".m3u")) {
-            appendListFile(path, false);
+            room = !appendListFile(path, false).full;
         } else if (pathtext::endsWithNoCase(path, ".pls")) {
-            appendListFile(path, true);
+            room = !appendListFile(path, true).full;
         } else if (path.starts_with("http://")) {
-            appendEntry(path, path);
+            room = appendEntry(path, path);
         } else {
             std::string slashed = pathtext::withForwardSlashes(path);
             std::string title(pathtext::afterLastSlash(slashed));
-            appendEntry(std::move(title), std::move(slashed));
+            room = appendEntry(std::move(title), std::move(slashed));
+        }
+        if (!room) {
+            logFull(path);
+            break;
         }
     }
     unplayable_.resize(entries_.size(), 0);
@@ -87,16 +140,22 @@ bool PlaylistModel::writeM3u(const QString& target) const {
         log_.logLine(LogFile::Red, "%d playlist entries with line breaks left out of '%s'!",
                      result.skippedEntries, QFile::encodeName(target).constData());
     }
+    if (!result.written && !target.isEmpty()) {
+        log_.logLine(LogFile::Red, "Could not save the playlist to '%s'!",
+                     QFile::encodeName(target).constData());
+    }
     return result.written;
 }
 
 void PlaylistModel::clearList(bool removeTempFolder) {
     entries_.clear();
     unplayable_.clear();
+    pathBytes_ = 0;
     emit cleared();
     if (!removeTempFolder) {
         return;
     }
+    unpacker_.forgetUnpacked();
     QDir folder(options_.tempFolder);
     if (!folder.exists()) {
         return;
@@ -130,6 +189,7 @@ int PlaylistModel::removeRows(std::vector<int> rows, int currentSound) {
     size_t kept = 0;
     for (size_t i = 0; i < entries_.size(); ++i) {
         if (removed[i]) {
+            pathBytes_ -= static_cast<std::int64_t>(entries_[i].path.size());
             continue;
         }
         if (kept != i) { // a self-move would empty the strings
@@ -164,6 +224,9 @@ void PlaylistModel::setEntry(int row, PlaylistEntry entry) {
     if (row < 0 || row >= count()) {
         return;
     }
-    entries_[static_cast<size_t>(row)] = std::move(entry);
+    PlaylistEntry& kept = entries_[static_cast<size_t>(row)];
+    pathBytes_ +=
+        static_cast<std::int64_t>(entry.path.size()) - static_cast<std::int64_t>(kept.path.size());
+    kept = std::move(entry);
     emit entryChanged(row);
 }

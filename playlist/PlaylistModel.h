@@ -10,6 +10,8 @@
 
 #include "DirectoryCollector.h"
 #include "PlaylistEntry.h"
+#include "PlaylistFiles.h"
+#include "PlaylistLimits.h"
 #include "ZipUnpacker.h"
 
 #include <QObject>
@@ -27,11 +29,11 @@ public:
     struct Options {
         // Folder for unpacked zip members; created on demand, emptied by clearList(true).
         QString tempFolder;
-        // Where the player keeps the last playlist between runs (read and written by the
-        // player window through addPaths and writeM3u).
+        // Where the player keeps the last playlist between runs (restoreLastPlaylist and
+        // saveLastPlaylist).
         QString lastPlaylistFile;
-        // Largest unpacked zip member accepted, bytes (> 0). Default 2 GiB.
-        std::int64_t maxUnpackedMemberBytes = 2ll * 1024 * 1024 * 1024;
+        // What unpacking zip archives may write (PlaylistLimits.h).
+        ZipUnpacker::Limits unpackLimits;
 
         // QDir::tempPath() + "/Tamberlo_tmp" and QDir::tempPath() + "/Tamberlo_Playlist.m3u".
         static Options systemDefaults();
@@ -60,7 +62,11 @@ public:
     // - starts with "http://" (exact case): one entry, title = path = the text;
     // - otherwise: '\' -> '/', title = text after the last '/', one entry. No trimming, no
     //   existence test.
-    // Paths are converted to 8-bit with QFile::encodeName. Errors are logged, never fatal.
+    // Paths are converted to 8-bit with QFile::encodeName. A relative path (not a stream) is
+    // first joined to the current folder, so the entry names the same file from anywhere. A
+    // path longer than MaxPathBytes is left out. Once the list holds MaxPlaylistEntries entries
+    // or MaxPlaylistPathBytes bytes of paths, nothing more is added. Errors and left-out paths
+    // are logged, never fatal.
     void addPaths(const QStringList& paths);
 
     // Collects every file below `folder` (see DirectoryCollector.h for the order) into a list
@@ -74,8 +80,24 @@ public:
     // ---- saving ----
     // Writes every entry's path to `target` as an M3U file, atomically (PlaylistFiles.h). Entries
     // whose path holds a line break are left out and logged. Returns false when nothing could be
-    // written (an empty `target` from a cancelled dialog included); no log line for that.
+    // written: logged, except for an empty `target` (a cancelled dialog).
     bool writeM3u(const QString& target) const;
+
+    // ---- the last playlist, kept between runs in options().lastPlaylistFile ----
+    enum class LastList {
+        Missing,  // no file: nothing to restore
+        Restored, // read whole and appended
+        Refused,  // there but not read (another user's, unreadable, too large): left untouched
+    };
+    // Appends the entries of the last-playlist file. A file that this user does not own (a
+    // shared temporary folder lets anyone plant one) or that cannot be read is logged and left
+    // as it is. After Missing or Restored, unpacked zip members of earlier runs that no entry
+    // refers to are removed from the temporary folder.
+    LastList restoreLastPlaylist();
+    // Writes the list to the last-playlist file at exit, unless the list is empty and the file
+    // was not read in this run: a list that was never read is never replaced by an empty one.
+    // A failed write is logged.
+    void saveLastPlaylist();
 
     // ---- removing and marking ----
     // Removes all entries (signal cleared). With `removeTempFolder`, also deletes every file in
@@ -108,8 +130,18 @@ signals:
     void entryChanged(int row);                 // entry or unplayable mark of one row changed
 
 private:
-    void appendEntry(std::string title, std::string path);
-    void appendListFile(const std::string& listPath, bool pls);
+    // False (and nothing added) when the list has no room for one more entry with this path.
+    bool appendEntry(std::string title, std::string path);
+    bool appendEntry(PlaylistEntry&& entry);
+    struct ListAdded {
+        ListReadStatus status;
+        bool full; // the list became full on the way
+    };
+    // Appends what the list file holds, as far as there is room.
+    ListAdded appendListFile(const std::string& listPath, bool pls);
+    bool hasRoomFor(std::size_t pathBytes) const;
+    void logFull(const std::string& path);
+    void removeUnreferencedTempFiles();
 
     LogFile& log_;
     Options options_;
@@ -117,6 +149,8 @@ private:
     DirectoryCollector collector_;
     std::vector<PlaylistEntry> entries_;
     std::vector<char> unplayable_; // parallel to entries_
+    std::int64_t pathBytes_ = 0;   // summed over entries_' paths
+    bool lastListRead_ = false;    // the last-playlist file was read (or missing) in this run
     QStringList collected_;        // shared list of collectDirectory
     bool keepTempFiles_ = false;
 };

@@ -9,7 +9,9 @@
 #include <QFile>
 #include <QTemporaryFile>
 
+#include <algorithm>
 #include <string_view>
+#include <sys/statvfs.h>
 
 namespace {
 
@@ -35,6 +37,16 @@ std::string_view memberFileName(std::string_view memberName) {
     return name;
 }
 
+// Free bytes on the file system that holds `folder`, as an unprivileged writer may use them; -1
+// when unknown.
+std::int64_t freeDiskBytes(const QString& folder) {
+    struct statvfs info {};
+    if (::statvfs(QFile::encodeName(folder).constData(), &info) != 0) {
+        return -1;
+    }
+    return static_cast<std::int64_t>(info.f_bavail) * static_cast<std::int64_t>(info.f_frsize);
+}
+
 } // namespace
 
 ZipArchive ZipArchive::open(const std::string& path) {
@@ -45,16 +57,18 @@ ZipArchive ZipArchive::open(const std::string& path) {
     return archive;
 }
 
-ZipUnpacker::ZipUnpacker(LogFile& log, QString tempFolder, std::int64_t maxMemberBytes)
-    : log_(log), tempFolder_(std::move(tempFolder)), maxMemberBytes_(maxMemberBytes) {}
+ZipUnpacker::ZipUnpacker(LogFile& log, QString tempFolder, Limits limits)
+    : log_(log), tempFolder_(std::move(tempFolder)), limits_(limits) {}
 
-void ZipUnpacker::addArchive(const std::string& archivePath, std::vector<PlaylistEntry>& out) {
+void ZipUnpacker::addArchive(const std::string& archivePath, const Append& append) {
     ZipArchive archive = ZipArchive::open(archivePath);
     if (!archive) {
         log_.logLine(LogFile::Red, "'%s' is NOT a zip-file!", archivePath.c_str());
         return;
     }
     QDir().mkpath(tempFolder_);
+    archivePath_ = archivePath;
+    archiveBytes_ = 0;
 
     unz_global_info64 info{};
     const int error = unzGetGlobalInfo64(archive.get(), &info);
@@ -75,12 +89,14 @@ void ZipUnpacker::addArchive(const std::string& archivePath, std::vector<Playlis
         if (unpacked.fileName().isEmpty()) {
             continue;
         }
-        unpacked.setAutoRemove(false);
         PlaylistEntry entry;
         entry.path =
             pathtext::withForwardSlashes(QFile::encodeName(unpacked.fileName()).toStdString());
         entry.title = pathtext::afterLastSlash(entry.path);
-        out.push_back(std::move(entry));
+        if (!append(std::move(entry))) {
+            break; // the playlist is full; auto-removal takes the file
+        }
+        unpacked.setAutoRemove(false);
     }
 }
 
@@ -102,11 +118,15 @@ int ZipUnpacker::extractCurrentMember(unzFile archive, QTemporaryFile& out) {
     if (fileName.empty()) {
         return 0; // empty name or folder member: nothing to unpack
     }
-    if (info.uncompressed_size > static_cast<ZPOS64_T>(maxMemberBytes_)) {
-        log_.logLine(LogFile::Red, "Zip member '%s' is larger than %lld bytes; not unpacked!",
-                     memberName, static_cast<long long>(maxMemberBytes_));
+    // What the archive declares is checked first, so a member that cannot fit is not started.
+    diskAllowance_ = 0;
+    const std::int64_t declared = static_cast<std::int64_t>(
+        std::min<ZPOS64_T>(info.uncompressed_size, static_cast<ZPOS64_T>(INT64_MAX / 2)));
+    if (const Over over = passedLimit(declared, declared); over != Over::Nothing) {
+        logPassedLimit(over, memberName);
         return -1;
     }
+    diskAllowance_ = 0; // look again once the bytes really come
     out.setFileTemplate(
         tempFolder_ + '/' +
         QFile::decodeName(QByteArray(fileName.data(), static_cast<qsizetype>(fileName.size()))) +
@@ -134,9 +154,8 @@ int ZipUnpacker::copyMember(unzFile archive, QTemporaryFile& out, const char* me
         }
         total += count;
         // The declared size may lie; the bytes actually produced are what count.
-        if (total > maxMemberBytes_) {
-            log_.logLine(LogFile::Red, "Zip member '%s' is larger than %lld bytes; not unpacked!",
-                         memberName, static_cast<long long>(maxMemberBytes_));
+        if (const Over over = passedLimit(total, count); over != Over::Nothing) {
+            logPassedLimit(over, memberName);
             return -1;
         }
         if (out.write(buffer, count) != count) {
@@ -156,5 +175,64 @@ int ZipUnpacker::copyMember(unzFile archive, QTemporaryFile& out, const char* me
         log_.logLine(LogFile::Red, "Zip error (%i) on file '%s'!", check, memberName);
         return check;
     }
+    archiveBytes_ += total;
+    runBytes_ += total;
     return 0;
+}
+
+ZipUnpacker::Over ZipUnpacker::passedLimit(std::int64_t memberBytes, std::int64_t newBytes) {
+    if (memberBytes > limits_.memberBytes) {
+        return Over::Member;
+    }
+    if (archiveBytes_ + memberBytes > limits_.archiveBytes) {
+        return Over::Archive;
+    }
+    if (runBytes_ + memberBytes > limits_.runBytes) {
+        return Over::Run;
+    }
+    diskAllowance_ -= newBytes;
+    if (diskAllowance_ < 0) {
+        const std::int64_t free = freeDiskBytes(tempFolder_);
+        if (free < 0) { // unknown: the write itself will tell
+            diskAllowance_ = DiskCheckBytes;
+            return Over::Nothing;
+        }
+        const std::int64_t allowed = free - limits_.minFreeDiskBytes - newBytes;
+        if (allowed < 0) {
+            return Over::Disk;
+        }
+        diskAllowance_ = std::min(allowed, DiskCheckBytes);
+    }
+    return Over::Nothing;
+}
+
+void ZipUnpacker::logPassedLimit(Over over, const char* memberName) {
+    switch (over) {
+    case Over::Member:
+        log_.logLine(LogFile::Red, "Zip member '%s' is larger than %lld bytes; not unpacked!",
+                     memberName, static_cast<long long>(limits_.memberBytes));
+        break;
+    case Over::Archive:
+        log_.logLine(LogFile::Red,
+                     "Zip archive '%s' unpacks to more than %lld bytes; '%s' and later members "
+                     "not unpacked!",
+                     archivePath_.c_str(), static_cast<long long>(limits_.archiveBytes),
+                     memberName);
+        break;
+    case Over::Run:
+        log_.logLine(LogFile::Red,
+                     "Unpacked zip members reached %lld bytes; '%s' and later members not "
+                     "unpacked!",
+                     static_cast<long long>(limits_.runBytes), memberName);
+        break;
+    case Over::Disk:
+        log_.logLine(LogFile::Red,
+                     "Less than %lld bytes would be left free in '%s'; '%s' and later members "
+                     "not unpacked!",
+                     static_cast<long long>(limits_.minFreeDiskBytes),
+                     QFile::encodeName(tempFolder_).constData(), memberName);
+        break;
+    case Over::Nothing:
+        break;
+    }
 }

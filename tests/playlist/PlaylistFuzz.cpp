@@ -61,7 +61,7 @@ ZipRig& zipRig() {
         PlaylistModel::Options options;
         options.tempFolder = QString::fromStdString((made.folder / "Tamberlo_tmp").string());
         options.lastPlaylistFile = QString::fromStdString((made.folder / "last.m3u").string());
-        options.maxUnpackedMemberBytes = 1 << 20;
+        options.unpackLimits.memberBytes = 1 << 20;
         made.model = std::make_unique<PlaylistModel>(*made.log, options);
         made.archive = (made.folder / "input.zip").string();
         return made;

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <regex>
 #include <sstream>
+#include <zip.h>
 
 namespace fs = std::filesystem;
 
@@ -69,13 +70,13 @@ std::vector<std::string> filesIn(const fs::path& folder) {
     return names;
 }
 
-ModelRig::ModelRig(std::int64_t maxMemberBytes)
+ModelRig::ModelRig(ZipUnpacker::Limits unpackLimits)
     : logPath((folder.path() / "logfile.html").string()),
       tempFolder(folder.path() / "systemp" / "Tamberlo_tmp"), log(logPath) {
     PlaylistModel::Options options;
     options.tempFolder = QString::fromStdString(tempFolder.string());
     options.lastPlaylistFile = QString::fromStdString((folder.path() / "last.m3u").string());
-    options.maxUnpackedMemberBytes = maxMemberBytes;
+    options.unpackLimits = unpackLimits;
     model = std::make_unique<PlaylistModel>(log, options);
     QObject::connect(model.get(), &PlaylistModel::entriesAppended, [this](int first, int count) {
         signalsSeen.push_back("appended " + std::to_string(first) + " " + std::to_string(count));
@@ -87,6 +88,22 @@ ModelRig::ModelRig(std::int64_t maxMemberBytes)
                      [this] { signalsSeen.push_back("cleared"); });
     QObject::connect(model.get(), &PlaylistModel::entryChanged,
                      [this](int row) { signalsSeen.push_back("changed " + std::to_string(row)); });
+}
+
+void writeZip(const std::string& path,
+              const std::vector<std::pair<std::string, std::string>>& members) {
+    zipFile archive = zipOpen64(path.c_str(), APPEND_STATUS_CREATE);
+    ASSERT_NE(archive, nullptr);
+    for (const auto& [name, data] : members) {
+        zip_fileinfo info{};
+        ASSERT_EQ(zipOpenNewFileInZip64(archive, name.c_str(), &info, nullptr, 0, nullptr, 0,
+                                        nullptr, Z_DEFLATED, Z_DEFAULT_COMPRESSION, 0),
+                  ZIP_OK);
+        ASSERT_EQ(zipWriteInFileInZip(archive, data.data(), static_cast<unsigned>(data.size())),
+                  ZIP_OK);
+        ASSERT_EQ(zipCloseFileInZip(archive), ZIP_OK);
+    }
+    ASSERT_EQ(zipClose(archive, nullptr), ZIP_OK);
 }
 
 TitlesAndPaths titlesAndPaths(const std::vector<PlaylistEntry>& entries) {

@@ -60,7 +60,7 @@ std::vector<std::string> filesIn(const std::filesystem::path& folder);
 // A model with its own log file and temporary folders inside a scratch folder, and a record of
 // the signals it emitted ("appended 0 3", "removed 5 1", "cleared", "changed 2").
 struct ModelRig {
-    explicit ModelRig(std::int64_t maxMemberBytes = 2ll * 1024 * 1024 * 1024);
+    explicit ModelRig(ZipUnpacker::Limits unpackLimits = {});
 
     ScratchFolder folder;
     std::string logPath;
@@ -71,6 +71,11 @@ struct ModelRig {
 
     std::vector<LogMessage> messages() const { return logMessages(logPath); }
 };
+
+// Writes an archive with the given (name, data) members in order, deflated, with minizip's
+// writer (it takes member names that the `zip` command will not write).
+void writeZip(const std::string& path,
+              const std::vector<std::pair<std::string, std::string>>& members);
 
 // (title, path) of every entry, in order.
 using TitlesAndPaths = std::vector<std::pair<std::string, std::string>>;

@@ -13,7 +13,6 @@
 #include <string>
 #include <unzip.h>
 #include <vector>
-#include <zip.h>
 
 namespace fs = std::filesystem;
 using playlisttest::LogMessage;
@@ -22,23 +21,6 @@ using playlisttest::q;
 using playlisttest::readFile;
 
 namespace {
-
-// Writes an archive with the given (name, data) members in order, deflated.
-void writeZipWithNames(const std::string& path,
-                       const std::vector<std::pair<std::string, std::string>>& members) {
-    zipFile archive = zipOpen64(path.c_str(), APPEND_STATUS_CREATE);
-    ASSERT_NE(archive, nullptr);
-    for (const auto& [name, data] : members) {
-        zip_fileinfo info{};
-        ASSERT_EQ(zipOpenNewFileInZip64(archive, name.c_str(), &info, nullptr, 0, nullptr, 0,
-                                        nullptr, Z_DEFLATED, Z_DEFAULT_COMPRESSION, 0),
-                  ZIP_OK);
-        ASSERT_EQ(zipWriteInFileInZip(archive, data.data(), static_cast<unsigned>(data.size())),
-                  ZIP_OK);
-        ASSERT_EQ(zipCloseFileInZip(archive), ZIP_OK);
-    }
-    ASSERT_EQ(zipClose(archive, nullptr), ZIP_OK);
-}
 
 // Checks that every entry is an unpacked file in the temporary folder named STEM_XXXXXX.tmp for
 // the given stems, in order, holding the given data.
@@ -91,13 +73,13 @@ TEST(ZipArchives, MemberNamesCannotLeaveTheTemporaryFolder) {
     ModelRig rig;
     const std::string archive = rig.folder.str() + "/hostile.zip";
     const std::string longName(300, 'n');
-    writeZipWithNames(archive, {{"../../escape.mod", "1"},
-                                {"/abs/path/evil.mod", "2"},
-                                {"..\\..\\win.mod", "3"},
-                                {"dir/..", "4"},
-                                {"C:evil.s3m", "5"},
-                                {"only/folder/", ""},
-                                {"a/" + longName + ".mod", "6"}});
+    playlisttest::writeZip(archive, {{"../../escape.mod", "1"},
+                                     {"/abs/path/evil.mod", "2"},
+                                     {"..\\..\\win.mod", "3"},
+                                     {"dir/..", "4"},
+                                     {"C:evil.s3m", "5"},
+                                     {"only/folder/", ""},
+                                     {"a/" + longName + ".mod", "6"}});
     rig.model->addPaths({q(archive)});
     expectUnpacked(
         rig, {"escape.mod", "evil.mod", "win.mod", "..", "C:evil.s3m", longName.substr(0, 200)},
@@ -141,7 +123,7 @@ TEST(ZipArchives, BadArchivesAreLoggedAndKeepEarlierEntries) {
 }
 
 TEST(ZipArchives, UnsupportedMethodOversizedMemberAndUnwritableFolderEndTheArchiveWithALogLine) {
-    ModelRig rig(100000);
+    ModelRig rig({.memberBytes = 100000});
     rig.folder.write("src/ok.mod", "fine");
     rig.folder.write("src/odd.mod", std::string(5000, 'z'));
     rig.folder.write("src/after.mod", "never reached");
@@ -157,9 +139,9 @@ TEST(ZipArchives, UnsupportedMethodOversizedMemberAndUnwritableFolderEndTheArchi
     bytes[centralHeader + 11] = 0;
     const std::string archive = rig.folder.write("methods.zip", bytes);
     const std::string big = rig.folder.str() + "/big.zip";
-    writeZipWithNames(big, {{"small.mod", std::string(1000, 's')},
-                            {"big.mod", std::string(100001, '\0')},
-                            {"after.mod", "never reached"}});
+    playlisttest::writeZip(big, {{"small.mod", std::string(1000, 's')},
+                                 {"big.mod", std::string(100001, '\0')},
+                                 {"after.mod", "never reached"}});
 
     rig.model->addPaths({q(archive), q(big)});
     expectUnpacked(rig, {"ok.mod", "small.mod"}, {"fine", std::string(1000, 's')});
