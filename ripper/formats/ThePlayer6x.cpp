@@ -39,20 +39,18 @@ template <const Member& M> void depackMember(RipState& st) {
     depackModule(st, M.version, M.bannerName);
 }
 
-// The first sample's finetune (no bits above the nibble) and the sample count byte (at most 31
-// samples, no packed flag) before the volume byte.
-constexpr ScanGate kFinetuneGate{-1, 0xF0, 0x00};
-constexpr ScanGate kPlainCountGate{-4, 0x60, 0x00};
-// With packed samples the finetune may carry the packed flag, and the count byte has its flag.
-constexpr ScanGate kPackedFinetuneGate{-1, 0x70, 0x00};
-constexpr ScanGate kPackedCountGate{-8, 0x60, kPackedSamples};
+// The finetune bytes on both sides of the volume byte (the first sample's, and the second's or,
+// with one sample, the high byte of the first track address) have bits 4-6 clear. All five
+// members share this one pair, so they bring the same candidate positions to the scan.
+constexpr ScanGate kFinetuneGate{-1, 0x70, 0x00};
+constexpr ScanGate kNextFinetuneGate{5, 0x70, 0x00};
 
 template <const Member& M> constexpr FormatSteps stepsOf() {
-    return {testMember<M>, ripMember<M>, depackMember<M>, true, {kFinetuneGate, kPlainCountGate}};
+    return {testMember<M>, ripMember<M>, depackMember<M>, true, {kFinetuneGate, kNextFinetuneGate}};
 }
 
 template <const Member& M> constexpr FormatSteps packedStepsOf() {
-    return {testPackedMember<M>, nullptr, nullptr, true, {kPackedFinetuneGate, kPackedCountGate}};
+    return {testPackedMember<M>, nullptr, nullptr, true, {kFinetuneGate, kNextFinetuneGate}};
 }
 } // namespace
 

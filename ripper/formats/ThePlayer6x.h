@@ -24,24 +24,30 @@
 // number of rows that repeat it.
 //
 // Track entries of 6.1A, bit 7 of byte 0 again telling that a count byte follows the entry:
-// 0x7F an empty cell (1 byte); 0x70-0x7E note in bits 3-8 and sample in bits 0-4 of the next
-// 12 bits, no effect (2 bytes); 0x60-0x6F only the effect in the low nibble and the parameter in
-// the next byte (2 bytes); below 0x60 the three bytes of 5.0A. Count byte: bits 6-7 00 empty rows
-// after the cell, 10 rows that repeat it (both counted in bits 0-5), 01 and 11 a jump: instead of
-// the (empty) cell, the bits 0-5 + 1 entries that start the 8-bit (01) or 16-bit (11) offset in
-// the next byte(s) before the end of this entry play here.
+// 0x7F an empty cell (1 byte); 0x70-0x7E a note and sample without effect (2 bytes: the note is
+// the low nibble × 8 plus the top 3 bits of the next byte, the sample its low 5 bits); 0x60-0x6F
+// only the effect, in the low nibble, and its parameter in the next byte (2 bytes); below 0x60
+// the three bytes of 5.0A. Count byte: bits 6-7 00 empty rows after the cell, 10 rows that
+// repeat it (both counted in bits 0-5), 01 and 11 a jump: instead of the (empty) cell, the
+// bits 0-5 + 1 entries that start the 8-bit (01) or 16-bit (11) offset in the next byte(s)
+// before the end of this entry play here.
 //
 // Decisions, taken from the real modules where they tell:
 // - The packer stops a pattern's tracks after its first row with a pattern break or position
 //   jump (effect D or B); the rows behind it are written empty, never read.
-// - Effects 5, 6 and A keep their slide as a signed byte, positive sliding the volume down: the
-//   converted module gets the ProTracker nibbles back. The pattern break row is stored as a
-//   binary number and comes back decimal-coded. Other effects are kept as they are.
+// - Effects 5, 6 and A keep their slide as a signed byte, positive sliding the volume down (the
+//   volumes the real songs reach say so): the converted module gets the ProTracker nibbles back.
+//   No real module breaks to a row other than 0; like the slides, the break row is taken to be
+//   stored ready for the replay, as a binary number, and comes back decimal-coded. Other
+//   effects are kept as they are.
+// - The packer cuts the zero bytes off the end of each sample; they stay cut.
 // - All patterns are stored and the song plays the last: the highest position is the number of
 //   patterns - 1. This also tells 5.0A (even positions, halved) from 6.0A.
-// - Delta-coded samples are summed up sample by sample, each starting from 0. No real module
-//   with delta-coded samples was at hand; their flag comes from the 6.1A documentation's layout.
-// - Modules with packed samples are recognised and reported, never converted.
+// - No real module with delta-coded samples was at hand: bit 7 of the sample count, the one bit
+//   left, is taken as their flag, and they are summed up sample by sample, each from 0.
+// - Modules with packed samples are recognised and reported, never converted; their unpacked
+//   sample size is below 16 MB. A one-sample module has its first track at address 0 (the
+//   packer writes the first pattern's first track first): the scan's gates rely on it.
 //
 // Threading: none; used from the ripper's one thread.
 
