@@ -14,9 +14,9 @@
 // - 0x80-0xBF: a cell with only an effect: v2 keeps the effect in bits 2-5, v3 in bits 1-4, the
 //   bits below it zero; the parameter follows.
 // - below 0x80: a note cell. v2: bits 1-7 the note (0 none, 1-36), bit 0 bit 4 of the sample
-//   number. v3: 0x00-0x24 the note with samples 1-15, 0x5B-0x7F the note + 0x5B with samples
-//   16-31. The second byte holds the sample's low nibble and the effect; the parameter follows
-//   only when the effect is not 0.
+//   number. v3: 0x00-0x24 the note with sample numbers 0-15, 0x5B-0x7F the note + 0x5B with
+//   sample numbers 16-31. The second byte holds the sample's low nibble and the effect; the
+//   parameter follows only when the effect is not 0.
 // Effects as stored: 8 is the arpeggio (ProTracker's 0 with a parameter, which the format cannot
 // hold otherwise); the volume slides 5, 6 and A keep a signed speed, positive up and negative
 // down; all others are ProTracker's.
