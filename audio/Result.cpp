@@ -27,6 +27,11 @@ const char* errorString(Result result) {
         "No free channel. ",
         "Not supported for this sound. ",
         "Internal error. ",
+        "The server did not answer in time. ",
+        "The stream is too slow: too little data arrived in time. ",
+        "The server answered with an error (HTTP 4xx or 5xx). ",
+        "No usable answer from the server: unknown host, redirect loop or broken reply. ",
+        "The stream sent too much data without any sound in it. ",
     };
     const int index = static_cast<int>(result);
     if (index < 0 || index >= static_cast<int>(texts.size())) {

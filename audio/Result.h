@@ -22,12 +22,17 @@ enum class Result : int {
     OutOfMemory = 11,
     PluginMissing = 12,   // plug-in file not found
     PluginInvalid = 13,   // plug-in has no entry point, or a table of the wrong version
-    NetworkConnect = 14,  // could not connect, or the connection timed out
+    NetworkConnect = 14,  // could not connect (refused, unreachable)
     NetworkRead = 15,     // a stream stopped delivering (timeout, server gone)
     ProtocolRefused = 16, // a URL scheme or an input format that is not allowed
     NoFreeChannel = 17,
     Unsupported = 18, // the operation does not apply to this sound (e.g. seeking a live stream)
     Internal = 19,
+    NetworkTimeout = 20,   // the server did not answer, or did not finish its answer, in time
+    NetworkTooSlow = 21,   // the answer came, but too little of the stream arrived in time
+    HttpError = 22,        // the server answered with an error status (4xx or 5xx)
+    NetworkBadAnswer = 23, // unknown host, a redirect loop, or an answer that is not HTTP
+    StreamOverBudget = 24, // a stream sent more than the player keeps without sound coming out
 };
 
 // A short English text for the code that ends with one blank, e.g. "File not found. ".

@@ -12,9 +12,13 @@ unsigned clampToUnsigned(uint64_t value) {
     return static_cast<unsigned>(std::min<uint64_t>(value, UnknownLength - 1));
 }
 
+// Clamped before rounding: lrint of an infinity or of NaN has no defined result. NaN is silence.
 int16_t toPcm16(float value) {
-    const long scaled = std::lrint(static_cast<double>(value) * 32768.0);
-    return static_cast<int16_t>(std::clamp<long>(scaled, -32768, 32767));
+    if (value != value) {
+        return 0;
+    }
+    const double scaled = std::clamp(static_cast<double>(value) * 32768.0, -32768.0, 32767.0);
+    return static_cast<int16_t>(std::lrint(scaled));
 }
 
 } // namespace

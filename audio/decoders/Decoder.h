@@ -57,8 +57,11 @@ public:
 
 // Network limits for URLs. Defaults suit a desktop player; tests shorten them.
 struct NetworkOptions {
-    int connectTimeoutMs = 5000; // from the request to the first byte of the answer
+    int connectTimeoutMs = 5000; // from the request until the stream's format is known
     int readTimeoutMs = 5000;    // longest wait for more data once playing
+    // Most bytes a stream may send without sound coming out (at the start: tags, headers and
+    // the first frame). A demuxer holds on to what it cannot use yet, so this bounds memory.
+    int64_t maxBytesWithoutSound = int64_t{16} << 20;
 };
 
 // What to open: a path or an http(s) URL, or a memory block.
@@ -73,7 +76,8 @@ struct DecoderSource {
 // (by content, not by extension), then FFmpeg. A decoder is accepted only when it is confident
 // and its first frames decode, so random bytes and packed modules are refused.
 // Returns Ok with *out set, or FileNotFound, FileUnreadable, FormatUnsupported, FormatCorrupt,
-// NetworkConnect, ProtocolRefused.
+// ProtocolRefused, and for URLs NetworkConnect, NetworkTimeout, NetworkTooSlow, HttpError,
+// NetworkBadAnswer, NetworkRead or StreamOverBudget.
 Result openDecoder(const DecoderSource& source, const PluginRegistry* plugins,
                    std::unique_ptr<Decoder>* out);
 

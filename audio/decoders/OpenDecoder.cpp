@@ -30,8 +30,14 @@ struct LocalBytes {
 Result readHead(const std::string& path, size_t wanted, LocalBytes* out) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
-    if (error || !std::filesystem::exists(status)) {
+    // Only a missing name is "not found"; a folder that may not be searched hides a file that
+    // may well be there.
+    if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory ||
+        (!error && !std::filesystem::exists(status))) {
         return Result::FileNotFound;
+    }
+    if (error) {
+        return Result::FileUnreadable;
     }
     if (!std::filesystem::is_regular_file(status)) {
         return Result::FileUnreadable;

@@ -1,5 +1,7 @@
 #include "Feeder.h"
 
+#include "SampleGuard.h"
+
 #include <chrono>
 
 namespace audio::detail {
@@ -94,6 +96,7 @@ bool Feeder::produce() {
         return false;
     }
     const size_t frames = failed_ ? 0 : source_->read(block->samples, AudioBlock::MaxFrames);
+    keepSamplesSafe(block->samples, frames * 2);
     block->epoch = epoch_;
     block->frames = static_cast<uint32_t>(frames);
     block->startFrame = nextFrame_;

@@ -65,7 +65,11 @@ Result FfmpegDecoder::start(bool countLength, int readTimeoutMs) {
 
     // Accept only what decodes: the first frame must come out with a sane format.
     if (!receiveFrame()) {
-        return lastError_ == Result::NetworkRead ? Result::NetworkConnect : Result::FormatCorrupt;
+        if (lastError_ == Result::NetworkRead) {
+            // Before the first frame a stalled stream is a slow one, not one that stopped.
+            return input_.guard->timedOut() ? Result::NetworkTooSlow : Result::NetworkRead;
+        }
+        return lastError_ == Result::StreamOverBudget ? lastError_ : Result::FormatCorrupt;
     }
     sampleRate_ = frame_->sample_rate;
     if (sampleRate_ <= 0 || sampleRate_ > MaxSampleRate || frame_->ch_layout.nb_channels <= 0) {
@@ -122,6 +126,7 @@ bool FfmpegDecoder::receiveFrame() {
     while (!ended_) {
         const int received = avcodec_receive_frame(codec_.get(), frame_.get());
         if (received == 0) {
+            input_.guard->noteProgress();
             return true;
         }
         if (received == AVERROR_EOF) {
@@ -140,13 +145,15 @@ bool FfmpegDecoder::receiveFrame() {
             break;
         }
         if (input_.network) {
-            input_.deadline->arm(readTimeoutMs_);
+            input_.guard->arm(readTimeoutMs_);
         }
         const int read = av_read_frame(input_.format.get(), packet_.get());
         if (read < 0) {
             // A live stream has no normal end: the server went away. Either way, drain what the
             // codec still holds.
-            if (read != AVERROR_EOF || isLive()) {
+            if (input_.guard->overBudget()) {
+                lastError_ = Result::StreamOverBudget;
+            } else if (read != AVERROR_EOF || isLive()) {
                 lastError_ = input_.network ? Result::NetworkRead : Result::FormatCorrupt;
             }
             avcodec_send_packet(codec_.get(), nullptr);

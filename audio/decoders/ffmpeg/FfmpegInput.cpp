@@ -53,18 +53,23 @@ const AVInputFormat* demuxerForContentType(AVIOContext* connection) {
     return nullptr;
 }
 
+bool isHttpErrorStatus(int averror) {
+    switch (averror) {
+    case AVERROR_HTTP_BAD_REQUEST:
+    case AVERROR_HTTP_UNAUTHORIZED:
+    case AVERROR_HTTP_FORBIDDEN:
+    case AVERROR_HTTP_NOT_FOUND:
+    case AVERROR_HTTP_OTHER_4XX:
+    case AVERROR_HTTP_SERVER_ERROR:
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
-Result resultOfOpenError(int averror, bool network) {
-    if (network) {
-        if (averror == AVERROR(EINVAL) || averror == AVERROR_PROTOCOL_NOT_FOUND) {
-            return Result::ProtocolRefused;
-        }
-        if (averror == AVERROR_INVALIDDATA) {
-            return Result::FormatUnsupported;
-        }
-        return Result::NetworkConnect;
-    }
+Result resultOfFileError(int averror) {
     if (averror == AVERROR(ENOENT)) {
         return Result::FileNotFound;
     }
@@ -79,18 +84,60 @@ Result resultOfOpenError(int averror, bool network) {
     return Result::FormatUnsupported;
 }
 
+Result resultOfConnectError(int averror, const InputGuard& guard) {
+    if (guard.timedOut() || averror == AVERROR_EXIT || averror == AVERROR(ETIMEDOUT)) {
+        return Result::NetworkTimeout; // a silent server, or one that never ends its headers
+    }
+    if (isHttpErrorStatus(averror)) {
+        return Result::HttpError;
+    }
+    if (averror == AVERROR(EINVAL) || averror == AVERROR_PROTOCOL_NOT_FOUND) {
+        return Result::ProtocolRefused; // also a redirect to a protocol outside the whitelist
+    }
+    // FFmpeg reports a name that does not resolve and a redirect loop alike.
+    if (averror == AVERROR(EIO) || averror == AVERROR_EOF || averror == AVERROR_INVALIDDATA) {
+        return Result::NetworkBadAnswer;
+    }
+    if (averror == AVERROR(ENOMEM)) {
+        return Result::OutOfMemory;
+    }
+    return Result::NetworkConnect; // refused, unreachable, reset
+}
+
+Result resultOfStreamError(int averror, const InputGuard& guard) {
+    if (guard.overBudget()) {
+        return Result::StreamOverBudget;
+    }
+    if (guard.timedOut() || averror == AVERROR_EXIT || averror == AVERROR(ETIMEDOUT)) {
+        return Result::NetworkTooSlow;
+    }
+    // The protocol was settled by the connection, so a refusal now is the demuxer whitelist's:
+    // the stream's format is one we do not play.
+    if (averror == AVERROR(EINVAL) || averror == AVERROR_INVALIDDATA ||
+        averror == AVERROR_DEMUXER_NOT_FOUND) {
+        return Result::FormatUnsupported;
+    }
+    if (averror == AVERROR(EIO)) {
+        return Result::NetworkBadAnswer;
+    }
+    if (averror == AVERROR(ENOMEM)) {
+        return Result::OutOfMemory;
+    }
+    return Result::NetworkRead;
+}
+
 Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source, FfmpegInput* out) {
     // FFmpeg's warnings about misdetected junk would flood the terminal; our results say it.
     static std::once_flag quietLog;
     std::call_once(quietLog, [] { av_log_set_level(AV_LOG_ERROR); });
     out->network = where.kind == SourceKind::NetworkUrl;
-    out->deadline = std::make_unique<Deadline>();
+    out->guard = std::make_unique<InputGuard>();
 
     AVFormatContext* context = avformat_alloc_context();
     if (context == nullptr) {
         return Result::OutOfMemory;
     }
-    context->interrupt_callback = {&Deadline::interrupt, out->deadline.get()};
+    context->interrupt_callback = {&InputGuard::interrupt, out->guard.get()};
 
     Options options;
     options.set("format_whitelist", AllowedDemuxers);
@@ -120,15 +167,16 @@ Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source,
         connection.set("rw_timeout", std::to_string(int64_t{source.network.readTimeoutMs} * 1000));
         connection.set("timeout", std::to_string(int64_t{source.network.connectTimeoutMs} * 1000));
         connection.set("user_agent", "Tamberlo");
-        out->deadline->arm(source.network.connectTimeoutMs);
+        out->guard->arm(source.network.connectTimeoutMs);
         AVIOContext* connected = nullptr;
         const int status = avio_open2(&connected, where.location.c_str(), AVIO_FLAG_READ,
                                       &context->interrupt_callback, connection.get());
         if (status < 0) {
             avformat_free_context(context);
-            return resultOfOpenError(status, true);
+            return resultOfConnectError(status, *out->guard);
         }
         out->url.reset(connected);
+        out->guard->watch(connected, source.network.maxBytesWithoutSound);
         forced = demuxerForContentType(connected);
         context->pb = connected;
         context->flags |= AVFMT_FLAG_CUSTOM_IO;
@@ -141,7 +189,7 @@ Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source,
         avformat_open_input(&context, url.empty() ? nullptr : url.c_str(), forced, options.get());
     if (opened < 0) {
         // avformat_open_input has freed the context.
-        return resultOfOpenError(opened, out->network);
+        return out->network ? resultOfStreamError(opened, *out->guard) : resultOfFileError(opened);
     }
     out->format.reset(context);
     // A demuxer chosen by the server's Content-Type has no probe score; the first-frame check
@@ -155,9 +203,11 @@ Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source,
         context->probesize = NetworkProbeBytes;
         context->max_analyze_duration = AV_TIME_BASE / 2;
     }
-    if (avformat_find_stream_info(context, nullptr) < 0) {
-        return out->network && out->deadline->passed() ? Result::NetworkConnect
-                                                       : Result::FormatUnsupported;
+    const int found = avformat_find_stream_info(context, nullptr);
+    if (found < 0) {
+        const Result failure =
+            out->network ? resultOfStreamError(found, *out->guard) : Result::FormatUnsupported;
+        return failure == Result::NetworkRead ? Result::FormatUnsupported : failure;
     }
     if (out->network) {
         const int64_t size = context->pb != nullptr ? avio_size(context->pb) : -1;
@@ -166,7 +216,7 @@ Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source,
         const int64_t size = avio_size(context->pb);
         out->rawBytes = size > 0 ? static_cast<uint64_t>(size) : 0;
     }
-    out->deadline->arm(0);
+    out->guard->arm(0);
     return Result::Ok;
 }
 
