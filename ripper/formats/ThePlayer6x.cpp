@@ -40,17 +40,20 @@ template <const Member& M> void depackMember(RipState& st) {
 }
 
 // The finetune bytes on both sides of the volume byte (the first sample's, and the second's or,
-// with one sample, the high byte of the first track address) have bits 4-6 clear. All five
-// members share this one pair, so they bring the same candidate positions to the scan.
-constexpr ScanGate kFinetuneGate{-1, 0x70, 0x00};
-constexpr ScanGate kNextFinetuneGate{5, 0x70, 0x00};
+// with one sample, the high byte of the first track address) have no bits above the nibble.
+constexpr ScanGate kFinetuneGate{-1, 0xF0, 0x00};
+constexpr ScanGate kNextFinetuneGate{5, 0xF0, 0x00};
+// With packed samples a finetune may carry the sample's packed flag, and the high byte of the
+// unpacked sample size in front of the records is 0.
+constexpr ScanGate kPackedFinetuneGate{-1, 0x70, 0x00};
+constexpr ScanGate kPackedSizeGate{-7, 0xFF, 0x00};
 
 template <const Member& M> constexpr FormatSteps stepsOf() {
     return {testMember<M>, ripMember<M>, depackMember<M>, true, {kFinetuneGate, kNextFinetuneGate}};
 }
 
 template <const Member& M> constexpr FormatSteps packedStepsOf() {
-    return {testPackedMember<M>, nullptr, nullptr, true, {kFinetuneGate, kNextFinetuneGate}};
+    return {testPackedMember<M>, nullptr, nullptr, true, {kPackedFinetuneGate, kPackedSizeGate}};
 }
 } // namespace
 
