@@ -17,7 +17,7 @@
 // - The restart byte is 0x7F in every real module of all three versions: the tests require it,
 //   and it lets the scan pass over other data quickly.
 // - The number of tracks is the highest track number in all 128 entries + 1: the entries behind
-//   the song name stored tracks too, and the sizes of the real modules add up only this way.
+//   the song name stored tracks too. Every track number up to the highest is named somewhere.
 // - The reference table holds exactly the cells the tracks use, so the highest reference is its
 //   last cell. The tests require this; it is what tells v2.1 (numbers) from v3.0 (offsets).
 // - The v1.0 files at hand are the bare module data the v1.0 packer writes, also what its

@@ -5,6 +5,7 @@
 #include "ProPacker.h"
 
 #include <algorithm>
+#include <bitset>
 
 namespace proPacker {
 namespace {
@@ -36,9 +37,17 @@ bool readHeader(const RipState& st, std::uint64_t s, Header& header) {
     const unsigned songLength = u8(st, s + kSongLength);
     if (sampleBytes == 0 || songLength == 0 || songLength > kMaxPositions)
         return false;
+    // The packer stores only tracks the table names: every number up to the highest is used.
+    // This also keeps the cell checks short on repetitive data, which names few numbers.
+    std::bitset<256> named;
     unsigned highestTrack = 0;
-    for (unsigned i = 0; i < 4 * kMaxPositions; ++i)
-        highestTrack = std::max<unsigned>(highestTrack, u8(st, s + kTrackTable + i));
+    for (unsigned i = 0; i < 4 * kMaxPositions; ++i) {
+        const std::uint8_t track = u8(st, s + kTrackTable + i);
+        named.set(track);
+        highestTrack = std::max<unsigned>(highestTrack, track);
+    }
+    if (named.count() != highestTrack + 1)
+        return false;
     header = {s, sampleBytes, highestTrack + 1};
     return true;
 }
@@ -69,7 +78,8 @@ std::uint32_t referenceTableBytes(const RipState& st, const Header& header, Cell
     if (!fits(st, tableSize, 4))
         return 0;
     const std::uint32_t tableBytes = be32(st, tableSize);
-    if (tableBytes == 0 || tableBytes % 4 != 0 ||
+    // A table holds at most one distinct cell per track row.
+    if (tableBytes == 0 || tableBytes % 4 != 0 || tableBytes / 4 > 64u * header.trackCount ||
         !fits(st, tableSize + 4, std::uint64_t{tableBytes} + header.sampleBytes))
         return 0;
     const bool offsets = storage == CellStorage::CellOffsets;
@@ -122,21 +132,27 @@ bool acceptModuleAt(RipState& st, std::uint64_t start, CellStorage storage) {
 
 // The module's last finetune byte is at the position, or a few bytes before it: the scan steps
 // over runs of 64 zero bytes 63 at a time, so when the last sample records are all zero it can
-// step past that byte and land on one of the zeros in front of the song length. From a zero byte
-// the test therefore also looks back over the zeros, for a restart byte nearer than usual.
+// step past that byte and land on one of the zeros in front of the song length. Behind such a
+// landing lie 64 zero bytes; only there does the test also look back, for a restart byte nearer
+// than usual.
 int testModule(RipState& st, CellStorage storage) {
     constexpr std::uint32_t kRestartDistance = kRestartByte - kScanOffset;
+    constexpr std::uint32_t kSkippedRun = 64;
     const std::uint64_t p = st.position;
     if (p < kScanOffset || !fits(st, p, kRestartDistance + 1))
         return 1;
-    // `back`: how far the last finetune byte lies before the position.
-    for (std::uint32_t back = 0; back < kRestartDistance - 1; ++back) {
-        if (back > 0 && (u8(st, p) != 0 || p - back < kScanOffset || u8(st, p - back) != 0))
+    if (u8(st, p + kRestartDistance) == 0x7F && acceptModuleAt(st, p - kScanOffset, storage))
+        return 0;
+    if (p < kScanOffset + kSkippedRun)
+        return 1;
+    for (std::uint32_t i = 0; i < kSkippedRun; ++i)
+        if (u8(st, p - i) != 0)
             return 1;
+    // `back`: how far the last finetune byte lies before the position.
+    for (std::uint32_t back = 1; back < kRestartDistance - 1; ++back)
         if (u8(st, p + kRestartDistance - back) == 0x7F &&
             acceptModuleAt(st, p - back - kScanOffset, storage))
             return 0;
-    }
     return 1;
 }
 
