@@ -4,10 +4,10 @@
 //
 // Packed layout from module start s (big-endian): 0-247 31 sample records of 8 bytes (length in
 // words, finetune, volume, loop start in words, loop length in words: the ProTracker record
-// without its name); 248 song length (1-128); 249 restart byte (0x7F in every real module, not
-// read); 250-761 the track table, 128 track numbers per channel, channel 1 first: position i
-// plays tracks ch1[i], ch2[i], ch3[i], ch4[i]; from 762 the tracks, numbered from 0; then the
-// sample data, plain 8-bit signed PCM, samples in record order.
+// without its name); 248 song length (1-128); 249 restart byte, always 0x7F; 250-761 the track
+// table, 128 track numbers per channel, channel 1 first: position i plays tracks ch1[i], ch2[i],
+// ch3[i], ch4[i]; from 762 the tracks, numbered from 0; then the sample data, plain 8-bit signed
+// PCM, samples in record order.
 // - v1.0: a track is 64 ProTracker cells of 4 bytes (256 bytes).
 // - v2.1: a track is 64 16-bit cell numbers (128 bytes); behind the tracks a 32-bit size in
 //   bytes of the reference table, then the table: the distinct ProTracker cells, 4 bytes each.
