@@ -1,5 +1,7 @@
 #include "GzipSong.h"
 
+#include "RegularFile.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <memory>
@@ -21,10 +23,23 @@ using GzFile = std::unique_ptr<gzFile_s, GzCloser>;
 constexpr size_t ReadChunk = 1u << 20;       // bytes unpacked per read
 constexpr size_t InitialReserve = 16u << 20; // reserved up front at most
 
+// A stdio stream on the regular file at `path`; empty for anything else.
+File openRegularStream(const std::string& path) {
+    UniqueFd fd = openRegularFile(path);
+    if (!fd) {
+        return File();
+    }
+    File file(::fdopen(fd.get(), "rb"));
+    if (file) {
+        fd.release(); // the stream closes it now
+    }
+    return file;
+}
+
 } // namespace
 
 bool hasGzipMagic(const std::string& path) {
-    File file(std::fopen(path.c_str(), "rb"));
+    File file = openRegularStream(path);
     if (!file) {
         return false;
     }
@@ -33,7 +48,7 @@ bool hasGzipMagic(const std::string& path) {
 }
 
 uint32_t gzipTrailerSize(const std::string& path) {
-    File file(std::fopen(path.c_str(), "rb"));
+    File file = openRegularStream(path);
     if (!file || std::fseek(file.get(), -4, SEEK_END) != 0) {
         return 0;
     }
@@ -52,17 +67,21 @@ GzipUnpacked unpackGzipSong(const std::string& path) {
         result.status = GzipUnpacked::Status::TooLarge;
         return result;
     }
-    GzFile gz(gzopen(path.c_str(), "rb"));
+    UniqueFd fd = openRegularFile(path);
+    GzFile gz(fd ? gzdopen(fd.get(), "rb") : nullptr);
     if (!gz) {
         return result;
     }
+    fd.release(); // gzclose closes it now
     // The buffer grows with what really unpacks: a few bytes claiming hundreds of megabytes in
-    // their trailer cost no more than they hold.
+    // their trailer cost no more than they hold. The trailer only states the last member's size
+    // (a file may hold several members, one after the other), so the data is read to its end,
+    // one byte beyond the limit at most; zlib checks every member's own trailer on the way.
     result.data.reserve(std::min<size_t>(result.claimedBytes, InitialReserve));
     size_t total = 0;
     bool failed = false;
-    while (total < result.claimedBytes) {
-        const size_t chunk = std::min<size_t>(result.claimedBytes - total, ReadChunk);
+    for (;;) {
+        const size_t chunk = std::min<size_t>(size_t{MaxGzipSongBytes} + 1 - total, ReadChunk);
         result.data.resize(total + chunk);
         const int n = gzread(gz.get(), result.data.data() + total, static_cast<unsigned>(chunk));
         failed = n < 0;
@@ -70,22 +89,21 @@ GzipUnpacked unpackGzipSong(const std::string& path) {
             break;
         }
         total += static_cast<size_t>(n);
-        if (static_cast<size_t>(n) < chunk) {
-            break; // the stream ended
+        if (static_cast<size_t>(n) < chunk || total > MaxGzipSongBytes) {
+            break; // the data ended, or reached the limit
         }
     }
-    // A sound file's trailer states its exact size, and zlib checks it at the stream's end: a
-    // byte beyond the claimed size means the trailer lies, so the data is not trusted.
-    unsigned char extra = 0;
-    const bool more = !failed && gzread(gz.get(), &extra, 1) > 0;
+    if (!failed && total > MaxGzipSongBytes) {
+        result.status = GzipUnpacked::Status::TooLarge;
+        result.data = {};
+        return result;
+    }
     int zlibError = Z_OK;
     const char* message = gzerror(gz.get(), &zlibError);
-    if (failed || more || (zlibError != Z_OK && zlibError != Z_STREAM_END)) {
+    if (failed || (zlibError != Z_OK && zlibError != Z_STREAM_END)) {
         result.status = GzipUnpacked::Status::Damaged;
-        result.detail = more                 ? "more data than the trailer states"
-                        : message != nullptr ? message
-                                             : "";
-        result.data.clear();
+        result.detail = message != nullptr ? message : "";
+        result.data = {};
         return result;
     }
     result.data.resize(total);

@@ -1,5 +1,6 @@
 #pragma once
 // Gzip-compressed songs: recognising them and unpacking them into memory (never onto disk).
+// Only regular files are opened (RegularFile.h), so a named pipe never blocks the caller.
 //
 // Threading: plain functions on files; any thread, no shared state.
 
@@ -10,7 +11,7 @@
 namespace engine_detail {
 
 // True when the file opens and its first two bytes are the gzip magic 0x1F 0x8B. A path that
-// cannot be opened (a URL, a missing file) is not gzip.
+// cannot be opened (a URL, a missing file, a pipe) is not gzip.
 bool hasGzipMagic(const std::string& path);
 
 // The gzip trailer's size of the uncompressed data: the file's last 4 bytes as an unsigned
@@ -24,18 +25,19 @@ inline constexpr uint32_t MaxGzipSongBytes = 512u * 1024 * 1024;
 struct GzipUnpacked {
     enum class Status {
         Ok,         // data holds the whole uncompressed file
-        TooLarge,   // the trailer claims more than MaxGzipSongBytes; nothing was allocated
+        TooLarge,   // the trailer claims more than MaxGzipSongBytes (then nothing was allocated),
+                    // or the members together unpack to more
         Unreadable, // zlib could not open the file
         Damaged,    // truncated or corrupt data, or a trailer that does not match it
     };
     Status status = Status::Unreadable;
-    uint32_t claimedBytes = 0; // the trailer's size
+    uint32_t claimedBytes = 0; // the trailer's size (of the last member only)
     std::vector<uint8_t> data;
     std::string detail; // zlib's message for Damaged
 };
 
-// Unpacks the whole file into memory, reading at most the trailer's size (bounded by
-// MaxGzipSongBytes); memory grows with the data actually unpacked.
+// Unpacks the whole file, every member in turn, into memory; at most MaxGzipSongBytes, and
+// memory grows with the data actually unpacked. zlib checks each member's trailer.
 GzipUnpacked unpackGzipSong(const std::string& path);
 
 } // namespace engine_detail

@@ -1,9 +1,10 @@
 #include "RipperFallback.h"
 
+#include "ApplicationFolder.h"
 #include "RipperProcess.h"
 
-#include <QCoreApplication>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -17,9 +18,44 @@ struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
+// A folder of its own for one ripper run (mkdtemp under the system temporary folder), removed
+// with everything in it when the object goes.
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        std::error_code error;
+        const std::filesystem::path base = std::filesystem::temp_directory_path(error);
+        std::string pattern =
+            (error ? std::filesystem::path("/tmp") : base) / "tamberlo-rip-XXXXXX";
+        if (::mkdtemp(pattern.data()) != nullptr) {
+            path_ = pattern;
+        }
+    }
+    ~ScratchFolder() {
+        if (!path_.empty()) {
+            std::error_code ignored;
+            std::filesystem::remove_all(path_, ignored);
+        }
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    bool made() const { return !path_.empty(); }
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+std::string absolute(const std::string& path) {
+    std::error_code error;
+    const std::filesystem::path made = std::filesystem::absolute(path, error);
+    return error ? path : made.string();
+}
+
 // Reads the whole file, or returns false when it is missing, empty or unreasonably large.
-bool readWholeFile(const char* path, std::vector<uint8_t>* out) {
-    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path, "rb"));
+bool readWholeFile(const std::string& path, std::vector<uint8_t>* out) {
+    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "rb"));
     if (!file || std::fseek(file.get(), 0, SEEK_END) != 0) {
         return false;
     }
@@ -34,23 +70,20 @@ bool readWholeFile(const char* path, std::vector<uint8_t>* out) {
 } // namespace
 
 std::string defaultRipperPath() {
-    std::string dir;
-    if (QCoreApplication::instance() != nullptr) {
-        dir = QCoreApplication::applicationDirPath().toStdString();
-    } else {
-        std::error_code error;
-        const auto exe = std::filesystem::read_symlink("/proc/self/exe", error);
-        dir = error ? std::string(".") : exe.parent_path().string();
-    }
-    return dir + "/tamberlo-rip";
+    return applicationFolder() + "/tamberlo-rip";
 }
 
 RipOutcome ripModule(const std::string& ripper, const std::string& songPath,
                      std::chrono::milliseconds timeout) {
     RipOutcome outcome;
-    std::error_code ignored;
-    std::filesystem::remove(RippedModuleName, ignored);
-    const RipperRun run = runRipperProcess(ripper, songPath, timeout);
+    const ScratchFolder scratch;
+    if (!scratch.made()) {
+        outcome.problem = "no scratch folder could be made in the temporary folder";
+        return outcome;
+    }
+    // The child works in the scratch folder, so relative paths would point there.
+    const RipperRun run =
+        runRipperProcess(absolute(ripper), absolute(songPath), timeout, scratch.path());
     switch (run.outcome) {
     case RipperRun::Outcome::Exited:
         break;
@@ -66,10 +99,15 @@ RipOutcome ripModule(const std::string& ripper, const std::string& songPath,
     }
     // Whatever the child did, a module it finished writing is usable; a half-written one from a
     // crash or timeout is not, so only a normal exit counts.
+    const std::string module = scratch.path() + "/" + RippedModuleName;
     if (run.outcome == RipperRun::Outcome::Exited) {
-        outcome.ripped = readWholeFile(RippedModuleName, &outcome.module);
+        std::error_code error;
+        const bool written = std::filesystem::exists(module, error);
+        outcome.ripped = written && readWholeFile(module, &outcome.module);
+        if (written && !outcome.ripped) {
+            outcome.problem = "the ripped module is empty or larger than 64 MiB";
+        }
     }
-    std::filesystem::remove(RippedModuleName, ignored);
     if (!outcome.ripped) {
         outcome.module.clear();
     }

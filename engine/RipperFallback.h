@@ -1,10 +1,12 @@
 #pragma once
 // The module-ripper fallback for files the sound library refuses: runs the ripper executable as
-// a child process in the current directory and collects the module it writes as "-1.mod".
-// A crash, hang or failure of the child only means "nothing ripped".
+// a child process in a private scratch folder and collects the module it writes there as
+// "-1.mod". A crash, hang or failure of the child only means "nothing ripped". Each call has a
+// folder of its own, made under the system temporary folder and removed afterwards, so a
+// "-1.mod" of the user's in the current directory is never touched and two players never meet.
 //
-// Threading: GUI thread (blocks until the child ends or the timeout passes). Not re-entrant:
-// two calls in one directory would share "-1.mod".
+// Threading: GUI thread (blocks until the child ends or the timeout passes). Calls from several
+// threads or processes do not disturb each other.
 
 #include <chrono>
 #include <cstdint>
@@ -13,23 +15,23 @@
 
 namespace engine_detail {
 
-// The file the ripper writes into the current directory.
+// The file the ripper writes into its working directory.
 inline constexpr const char* RippedModuleName = "-1.mod";
 
-// Where the ripper executable lies when nobody says otherwise: "tamberlo-rip" beside the running
-// program (QCoreApplication::applicationDirPath() when an application object exists, else the
-// directory of /proc/self/exe).
+// Where the ripper executable lies when nobody says otherwise: "tamberlo-rip" in the
+// application folder (ApplicationFolder.h).
 std::string defaultRipperPath();
 
 struct RipOutcome {
     bool ripped = false; // a module was found and read into `module`
     std::vector<uint8_t> module;
-    std::string problem; // why nothing was ripped when the child misbehaved ("" otherwise)
+    std::string problem; // why nothing was ripped when the child or the hand-over failed
+                         // ("" when the scan simply found nothing)
 };
 
-// Deletes a stale "-1.mod", runs `ripper SONGPATH` for at most `timeout` (then kills it), reads
-// the fresh "-1.mod" into memory and deletes it from disk. Modules larger than 64 MiB are not
-// read (no converted four-channel module comes near that).
+// Runs `ripper SONGPATH` (both made absolute) in a fresh scratch folder for at most `timeout`
+// (then kills it), reads the "-1.mod" it left there into memory and removes the folder.
+// Modules larger than 64 MiB are not read (no converted four-channel module comes near that).
 RipOutcome ripModule(const std::string& ripper, const std::string& songPath,
                      std::chrono::milliseconds timeout);
 

@@ -3,7 +3,11 @@
 
 #include "EngineLog.h"
 #include "GzipSong.h"
+#include "RegularFile.h"
+#include "RipFile.h"
 #include "RipperFallback.h"
+
+#include <sys/stat.h>
 
 using engine_detail::engineLog;
 
@@ -26,6 +30,12 @@ Mode pathMode(const std::string& path, bool accurate) {
 Mode memoryMode(bool accurate) {
     const Mode mode = Mode::Stream | Mode::OpenMemory;
     return accurate ? mode | Mode::AccurateTime : mode;
+}
+
+// The file's size in bytes, 0 when it cannot be examined.
+unsigned long long fileBytes(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 ? static_cast<unsigned long long>(info.st_size) : 0;
 }
 
 int lengthMsAsInt(audio::Sound* sound) {
@@ -58,10 +68,22 @@ void SoundEngine::createFromPathOrRip(const std::string& path, int slot, bool ac
     if (lastResult == audio::Result::Ok) {
         return;
     }
+    // Only a regular file can hold a packed module; for a URL or a missing file the library's
+    // refusal says it all.
+    if (engine_detail::pathKind(path) != engine_detail::PathKind::Regular) {
+        return;
+    }
+    const unsigned long long size = fileBytes(path);
+    if (size > static_cast<unsigned long long>(MaxScanBytes)) {
+        engineLog(0, "Module ripper scans only the first %d MiB of %s (%llu bytes)",
+                  MaxScanBytes >> 20, path.c_str(), size);
+    }
     const std::string ripper = ripperPath.empty() ? engine_detail::defaultRipperPath() : ripperPath;
     const engine_detail::RipOutcome rip = engine_detail::ripModule(ripper, path, ripperTimeout);
     if (!rip.problem.empty()) {
         engineLog(2, "Module ripper failed on %s: %s", path.c_str(), rip.problem.c_str());
+    } else if (!rip.ripped) {
+        engineLog(2, "No packed module found in %s", path.c_str());
     }
     if (!rip.ripped) {
         return; // lastResult still holds the library's refusal
@@ -97,7 +119,14 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
     // call returns: the library keeps its own copy of memory sounds, and the measurements are
     // done by then.
     std::vector<uint8_t> block;
-    const bool gzipped = engine_detail::hasGzipMagic(path);
+    // A named pipe would block every open until a writer comes, and a device may never end;
+    // the library refuses them too, but the sniff below and the ripper must not even try.
+    const bool notRegular = engine_detail::pathKind(path) == engine_detail::PathKind::NotRegular;
+    if (notRegular) {
+        engineLog(2, "%s is not a regular file (a pipe, device or folder); it is not opened",
+                  path.c_str());
+    }
+    const bool gzipped = !notRegular && engine_detail::hasGzipMagic(path);
     if (gzipped) {
         engine_detail::GzipUnpacked unpacked = engine_detail::unpackGzipSong(path);
         switch (unpacked.status) {
@@ -105,8 +134,13 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
             block = std::move(unpacked.data);
             break;
         case engine_detail::GzipUnpacked::Status::TooLarge:
-            engineLog(2, "Gzip file %s claims %u bytes uncompressed, more than the %u allowed",
-                      path.c_str(), unpacked.claimedBytes, engine_detail::MaxGzipSongBytes);
+            if (unpacked.claimedBytes > engine_detail::MaxGzipSongBytes) {
+                engineLog(2, "Gzip file %s claims %u bytes uncompressed, more than the %u allowed",
+                          path.c_str(), unpacked.claimedBytes, engine_detail::MaxGzipSongBytes);
+            } else {
+                engineLog(2, "Gzip file %s unpacks to more than the %u bytes allowed", path.c_str(),
+                          engine_detail::MaxGzipSongBytes);
+            }
             return false;
         case engine_detail::GzipUnpacked::Status::Unreadable:
             engineLog(2, "Gzip file %s cannot be read", path.c_str());
@@ -117,7 +151,9 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
         }
     }
 
-    if (gzipped) {
+    if (notRegular) {
+        lastResult = audio::Result::FileUnreadable;
+    } else if (gzipped) {
         audio::CreateSoundInfo info;
         info.length = block.size();
         lastResult = system->createSound(reinterpret_cast<const char*>(block.data()),

@@ -1,7 +1,10 @@
 // SoundEngine start-up, effect chain, master volume and the result check.
 #include "SoundEngine.h"
 
+#include "ApplicationFolder.h"
 #include "EngineLog.h"
+
+#include <cmath>
 
 using engine_detail::engineLog;
 
@@ -34,6 +37,23 @@ audio::Result setUnitParameter(audio::Dsp* unit, int index, float value) {
     return unit != nullptr ? unit->setParameter(index, value) : audio::Result::InvalidHandle;
 }
 
+// Sets a unit parameter from a value that may come straight out of settings.ini. Values that
+// are not numbers (nan, inf) are refused and the current one stays, so neither the unit nor the
+// stored copy (shown by the settings dialog, written back at exit) ever holds one. The copy
+// keeps the value the unit really uses: the unit clamps it to its range.
+audio::Result setStoredParameter(audio::Dsp* unit, int index, float value, float* stored) {
+    if (!std::isfinite(value)) {
+        return audio::Result::InvalidParameter;
+    }
+    const audio::Result result = setUnitParameter(unit, index, value);
+    float used = value;
+    if (result == audio::Result::Ok) {
+        unit->getParameter(index, &used);
+    }
+    *stored = used;
+    return result;
+}
+
 audio::Result setUnitBypass(audio::Dsp* unit, bool bypass) {
     return unit != nullptr ? unit->setBypass(bypass) : audio::Result::InvalidHandle;
 }
@@ -59,7 +79,9 @@ void SoundEngine::init(const audio::OutputSpec& output) {
     for (const CodecPlugin& plugin : CodecPlugins) {
         const std::string file = std::string(plugin.name) + PluginSuffix;
         engineLog(0, "Trying to load %s", file.c_str());
-        lastResult = system->loadPlugin("plugin/" + file);
+        // From the application folder only: a "plugin" folder in the current directory (a
+        // music folder, say) must never get its code run by the player.
+        lastResult = system->loadPlugin(engine_detail::applicationFolder() + "/plugin/" + file);
         if (lastResult == audio::Result::Ok) {
             engineLog(0, "Loading of %s completed.", file.c_str());
         } else if (plugin.quietFailure) {
@@ -111,43 +133,35 @@ int SoundEngine::getBaseFrequency(int slot) const {
 }
 
 audio::Result SoundEngine::setReverbRoomSize(float value) {
-    reverbParameters[RoomSize] = value;
-    return setUnitParameter(reverb, RoomSize, value);
+    return setStoredParameter(reverb, RoomSize, value, &reverbParameters[RoomSize]);
 }
 
 audio::Result SoundEngine::setReverbDamp(float value) {
-    reverbParameters[Damp] = value;
-    return setUnitParameter(reverb, Damp, value);
+    return setStoredParameter(reverb, Damp, value, &reverbParameters[Damp]);
 }
 
 audio::Result SoundEngine::setReverbWetMix(float value) {
-    reverbParameters[WetMix] = value;
-    return setUnitParameter(reverb, WetMix, value);
+    return setStoredParameter(reverb, WetMix, value, &reverbParameters[WetMix]);
 }
 
 audio::Result SoundEngine::setReverbDryMix(float value) {
-    reverbParameters[DryMix] = value;
-    return setUnitParameter(reverb, DryMix, value);
+    return setStoredParameter(reverb, DryMix, value, &reverbParameters[DryMix]);
 }
 
 audio::Result SoundEngine::setReverbWidth(float value) {
-    reverbParameters[Width] = value;
-    return setUnitParameter(reverb, Width, value);
+    return setStoredParameter(reverb, Width, value, &reverbParameters[Width]);
 }
 
 audio::Result SoundEngine::setNormalizerFadeTime(float value) {
-    normalizerParameters[FadeTime] = value;
-    return setUnitParameter(normalizer, FadeTime, value);
+    return setStoredParameter(normalizer, FadeTime, value, &normalizerParameters[FadeTime]);
 }
 
 audio::Result SoundEngine::setNormalizerThreshold(float value) {
-    normalizerParameters[Threshold] = value;
-    return setUnitParameter(normalizer, Threshold, value);
+    return setStoredParameter(normalizer, Threshold, value, &normalizerParameters[Threshold]);
 }
 
 audio::Result SoundEngine::setNormalizerMaxAmp(float value) {
-    normalizerParameters[MaxAmp] = value;
-    return setUnitParameter(normalizer, MaxAmp, value);
+    return setStoredParameter(normalizer, MaxAmp, value, &normalizerParameters[MaxAmp]);
 }
 
 audio::Result SoundEngine::setReverbEnabled(bool on) {

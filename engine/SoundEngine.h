@@ -33,7 +33,8 @@ public:
     SoundEngine& operator=(const SoundEngine&) = delete;
 
     // Start-up: reverb parameter fields 0.71, 0.56, 0.15, 0.5, 1.0; slots empty; the System
-    // created; the seven codec plug-ins tried from "plugin/" under the current directory; speaker
+    // created; the seven codec plug-ins tried from "plugin/" in the application folder (never
+    // the current directory; ApplicationFolder.h); speaker
     // mode queried; init with 32 channels on `output` (default Auto: TAMBERLO_OUTPUT, else the
     // sound device); reverb and normalizer created, added and bypassed. Failures are logged.
     // Call once.
@@ -53,8 +54,10 @@ public:
     audio::Result getLastResult() const { return lastResult; }
 
     // Effect parameters in the library's units (each 0..1 for the reverb; the normalizer's fade
-    // time in ms, threshold 0..1, maximum amplification 1..100000). Each stores the value and
-    // returns the library's result (InvalidHandle before init).
+    // time in ms, threshold 0..1, maximum amplification 1..100000). Each stores the value the
+    // unit uses (clamped to its range; as given before init) and returns the library's result
+    // (InvalidHandle before init). A value that is not finite is refused (InvalidParameter) and
+    // changes nothing.
     audio::Result setReverbRoomSize(float value);
     audio::Result setReverbDamp(float value);
     audio::Result setReverbWetMix(float value);

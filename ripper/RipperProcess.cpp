@@ -33,10 +33,13 @@ RipperRun fromWaitStatus(int status) {
 } // namespace
 
 RipperRun runRipperProcess(const std::string& executable, const std::string& inputPath,
-                           std::chrono::milliseconds timeout) {
+                           std::chrono::milliseconds timeout, const std::string& workingDirectory) {
     SpawnActions actions;
     // Nobody reads the ripper's console messages in the player.
     posix_spawn_file_actions_addopen(actions.get(), STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    if (!workingDirectory.empty() &&
+        posix_spawn_file_actions_addchdir_np(actions.get(), workingDirectory.c_str()) != 0)
+        return {};
     char* const argv[] = {const_cast<char*>(executable.c_str()),
                           const_cast<char*>(inputPath.c_str()), nullptr};
     pid_t child = 0;

@@ -1,10 +1,11 @@
 #pragma once
 // Runs the module ripper as a child process, so that a hostile file that crashes or hangs a
 // converter, or the ripper's deliberate exit when "-1.mod" cannot be created, ends the child and
-// never the caller. The child runs in the caller's current directory and writes "-1.mod" there.
+// never the caller. The child writes "-1.mod" into its working directory.
 //
 // Threading: any thread may call runRipperProcess; it blocks that thread until the child ends
-// or the timeout passes. Concurrent calls in one directory would overwrite each other's "-1.mod".
+// or the timeout passes. Concurrent calls need working directories of their own, or they would
+// overwrite each other's "-1.mod".
 
 #include <chrono>
 #include <string>
@@ -21,6 +22,8 @@ struct RipperRun {
 };
 
 // Starts `executable FILE` with the child's standard output discarded and waits at most
-// `timeout` for it.
+// `timeout` for it. The child works in `workingDirectory` (empty: the caller's current
+// directory); a relative `inputPath` is then read from there, so callers pass absolute paths.
 RipperRun runRipperProcess(const std::string& executable, const std::string& inputPath,
-                           std::chrono::milliseconds timeout);
+                           std::chrono::milliseconds timeout,
+                           const std::string& workingDirectory = {});

@@ -1,0 +1,268 @@
+// Hostile input for the engine, one table per kind: paths that are no plain song files (a pipe,
+// a folder, a huge file, several gzip members), songs whose samples are not numbers, settings
+// that are not numbers, and a current directory planted with a plug-in and a "-1.mod".
+#include "EngineTestSupport.h"
+#include "PipeWithRescue.h"
+#include "RipperFallback.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <thread>
+#include <zlib.h>
+
+namespace enginetest {
+namespace {
+
+int16_t halfScaleTone(uint32_t frame, int) {
+    return static_cast<int16_t>(16384 * std::sin(frame * 0.05));
+}
+
+void put32(std::vector<uint8_t>& out, uint32_t value) {
+    for (int i = 0; i < 4; ++i) {
+        out.push_back(static_cast<uint8_t>(value >> (8 * i)));
+    }
+}
+
+// A 32-bit float stereo WAV (format 3) holding `samples` as they are, whatever their value.
+void writeFloatWav(const std::string& path, const std::vector<float>& samples) {
+    const auto dataBytes = static_cast<uint32_t>(samples.size() * sizeof(float));
+    std::vector<uint8_t> out;
+    const std::string riff = "RIFF", wave = "WAVEfmt ", data = "data";
+    out.insert(out.end(), riff.begin(), riff.end());
+    put32(out, 36 + dataBytes);
+    out.insert(out.end(), wave.begin(), wave.end());
+    put32(out, 16);
+    put32(out, 3 | 2u << 16);  // IEEE float, two channels
+    put32(out, 44100);         // frames per second
+    put32(out, 44100 * 8);     // bytes per second
+    put32(out, 8 | 32u << 16); // bytes per frame, bits per sample
+    out.insert(out.end(), data.begin(), data.end());
+    put32(out, dataBytes);
+    const size_t at = out.size();
+    out.resize(at + dataBytes);
+    std::memcpy(out.data() + at, samples.data(), dataBytes);
+    writeBytes(path, out);
+}
+
+// `data` as two gzip members one after the other, as `cat a.gz b.gz` makes them.
+void writeTwoMemberGzip(const std::string& path, const std::vector<uint8_t>& data) {
+    const size_t half = data.size() / 2;
+    const std::pair<const char*, std::pair<size_t, size_t>> members[] = {
+        {"wb", {0, half}}, {"ab", {half, data.size() - half}}};
+    for (const auto& [mode, part] : members) {
+        gzFile file = gzopen(path.c_str(), mode);
+        ASSERT_NE(file, nullptr);
+        EXPECT_EQ(gzwrite(file, data.data() + part.first, static_cast<unsigned>(part.second)),
+                  static_cast<int>(part.second));
+        gzclose(file);
+    }
+}
+
+struct PathCase {
+    const char* name;
+    std::string path;
+    int lengthMs;            // the loaded song's length; -1: refused
+    const char* logged;      // a log line that must appear
+    const char* neverLogged; // and one that must not
+};
+
+TEST(HostileInput, PathsThatAreNoPlainSongFilesNeitherBlockNorMislead) {
+    ScratchDir dir("hostile-paths");
+    writeWav(dir.file("song.wav"), 44100, 44100, halfScaleTone);
+    writeTwoMemberGzip(dir.file("song.wav.gz"), readBytes(dir.file("song.wav")));
+    tamberlo::test::PipeWithRescue pipe(dir.file("pipe.wav.gz"));
+    ASSERT_TRUE(pipe.made());
+    std::filesystem::create_directory(dir.file("folder.mod"));
+    // 100 MiB that nothing opens, nearly all of it a hole on disk.
+    std::ofstream(dir.file("huge.mod")).put('x');
+    std::filesystem::resize_file(dir.file("huge.mod"), 100 << 20);
+    writeBytes(dir.file("noise.bin"), std::vector<uint8_t>(5000, 0x5A));
+
+    const PathCase cases[] = {
+        {"pipe", pipe.path(), -1, "is not a regular file", "No packed module"},
+        {"folder", dir.file("folder.mod"), -1, "is not a regular file", "No packed module"},
+        {"huge", dir.file("huge.mod"), -1, "Module ripper scans only the first 64 MiB of",
+         "Module ripper failed"},
+        {"nothing inside", dir.file("noise.bin"), -1, "No packed module found in", "is not a"},
+        {"missing", dir.file("missing.wav"), -1, "Audio error! (3)", "No packed module"},
+        {"stream", "http://127.0.0.1:1/x", -1, "Audio error!", "No packed module"},
+        {"two gzip members", dir.file("song.wav.gz"), 1000, "Loaded file:", "Gzip file"},
+    };
+    for (const PathCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        CapturedLog log(dir.file("log.html"));
+        auto engine = offlineEngine();
+        engine->setRipperPath("/bin/true"); // finds nothing, quickly
+        const Loaded loaded = load(*engine, c.path, 0);
+        EXPECT_EQ(loaded.ok, c.lengthMs >= 0);
+        if (loaded.ok) {
+            EXPECT_EQ(loaded.end, c.lengthMs);
+        }
+        EXPECT_TRUE(log.contains(c.logged));
+        EXPECT_FALSE(log.contains(c.neverLogged));
+        engine->stopAll();
+    }
+}
+
+// What a listener hears of `good` from 0.3 s to 1.3 s after its start, with reverb and
+// normalizer on, when it plays after `before` (or first, for "").
+std::vector<float> heardOfGoodSong(const std::string& before, const std::string& good) {
+    auto engine = offlineEngine();
+    const std::array<float, 5> reverb = engine->getReverbParameters();
+    engine->setReverbRoomSize(reverb[0]);
+    engine->setReverbDamp(reverb[1]);
+    engine->setReverbWetMix(reverb[2]);
+    engine->setReverbDryMix(reverb[3]);
+    engine->setReverbWidth(reverb[4]);
+    engine->setNormalizerFadeTime(100.0f); // the peak memory fades within the silence below
+    engine->setReverbEnabled(true);
+    engine->setNormalizerEnabled(true);
+    if (!before.empty()) {
+        EXPECT_TRUE(load(*engine, before, 0).ok);
+        engine->startSlot(0);
+        for (int tick = 0; tick < 1000 && channelPlays(*engine, 0); ++tick) {
+            mixMs(*engine, 20);
+        }
+    }
+    EXPECT_TRUE(load(*engine, good, 1).ok);
+    engine->startSlot(1);
+    for (int tick = 0; tick < 15; ++tick) {
+        mixMs(*engine, 20); // the normalizer's gain settles on the new song
+    }
+    std::vector<float> heard(44100 * 2);
+    engine->getSystem()->mix(44100, heard.data());
+    return heard;
+}
+
+TEST(HostileInput, AGoodSongAfterAPoisonedOneSoundsAsIfItCameFirst) {
+    ScratchDir dir("hostile-samples");
+    writeWav(dir.file("good.wav"), 44100, 3 * 44100, halfScaleTone);
+    const std::vector<float> first = heardOfGoodSong("", dir.file("good.wav"));
+    ASSERT_GT(*std::max_element(first.begin(), first.end()), 0.1f);
+
+    const struct {
+        const char* name;
+        float value;
+    } poisons[] = {
+        {"nan", std::numeric_limits<float>::quiet_NaN()},
+        {"inf", std::numeric_limits<float>::infinity()},
+        {"-inf", -std::numeric_limits<float>::infinity()},
+        {"huge", 1e30f},
+        {"largest", std::numeric_limits<float>::max()},
+    };
+    for (const auto& poison : poisons) {
+        SCOPED_TRACE(poison.name);
+        // 50 ms of poison, then 3 s of silence for the reverb to ring out.
+        std::vector<float> samples(3 * 44100 * 2 + 2205 * 2, 0.0f);
+        std::fill_n(samples.begin(), 2205 * 2, poison.value);
+        writeFloatWav(dir.file("poison.wav"), samples);
+        const std::vector<float> after =
+            heardOfGoodSong(dir.file("poison.wav"), dir.file("good.wav"));
+        float worst = 0.0f;
+        for (size_t i = 0; i < first.size(); ++i) {
+            const float difference = std::fabs(after[i] - first[i]);
+            worst = std::isnan(difference) ? std::numeric_limits<float>::infinity()
+                                           : std::max(worst, difference);
+        }
+        EXPECT_LT(worst, 1e-3f);
+    }
+}
+
+TEST(HostileInput, SettingsThatAreNoNumbersChangeNothing) {
+    ScratchDir dir("hostile-settings");
+    writeWav(dir.file("song.wav"), 44100, 44100, halfScaleTone);
+    using Setter = audio::Result (SoundEngine::*)(float);
+    const Setter setters[] = {
+        &SoundEngine::setReverbRoomSize,      &SoundEngine::setReverbDamp,
+        &SoundEngine::setReverbWetMix,        &SoundEngine::setReverbDryMix,
+        &SoundEngine::setReverbWidth,         &SoundEngine::setNormalizerFadeTime,
+        &SoundEngine::setNormalizerThreshold, &SoundEngine::setNormalizerMaxAmp,
+    };
+    const float values[] = {std::numeric_limits<float>::quiet_NaN(),
+                            std::numeric_limits<float>::infinity(),
+                            -std::numeric_limits<float>::infinity()};
+    for (const float value : values) {
+        SCOPED_TRACE(value);
+        auto engine = offlineEngine();
+        engine->setReverbEnabled(true);
+        engine->setNormalizerEnabled(true);
+        const auto reverb = engine->getReverbParameters();
+        const auto normalizer = engine->getNormalizerParameters();
+        for (const Setter set : setters) {
+            EXPECT_EQ(((*engine).*set)(value), audio::Result::InvalidParameter);
+        }
+        // What the settings dialog shows and the exit saves stays as it was.
+        EXPECT_EQ(engine->getReverbParameters(), reverb);
+        EXPECT_EQ(engine->getNormalizerParameters(), normalizer);
+        ASSERT_TRUE(load(*engine, dir.file("song.wav"), 0).ok);
+        engine->startSlot(0);
+        EXPECT_GT(mixMs(*engine, 500), 0.1f) << "still audible";
+    }
+}
+
+// A stand-in ripper that insists on an absolute input and on an empty folder of its own, notes
+// where it ran and "rips" the input's path as the module.
+constexpr const char* CarefulRipper = R"sh(#!/bin/sh
+case "$1" in /*) ;; *) exit 9 ;; esac
+[ -z "$(ls -A)" ] || exit 8
+pwd > "$1.where"
+printf '%s' "$1" > -1.mod
+)sh";
+
+TEST(HostileInput, AMusicFolderCannotPlantAPluginNorMeetTheRipper) {
+    ScratchDir dir("hostile-folder"); // the current directory, as a music folder
+    std::filesystem::create_directories(dir.file("plugin"));
+    std::filesystem::copy_file(TONE_PLUGIN, dir.file("plugin/codec_fc.so"));
+    const std::vector<uint8_t> users(100, 7);
+    writeBytes(dir.file("-1.mod"), users);
+    writeBytes(dir.file("rip.sh"),
+               std::vector<uint8_t>(CarefulRipper, CarefulRipper + std::strlen(CarefulRipper)));
+    std::filesystem::permissions(dir.file("rip.sh"), std::filesystem::perms::owner_all);
+    std::filesystem::create_directories(dir.file("tmp"));
+    const char* oldTmp = std::getenv("TMPDIR");
+    const std::string savedTmp = oldTmp != nullptr ? oldTmp : "";
+    ::setenv("TMPDIR", dir.file("tmp").c_str(), 1);
+
+    {
+        CapturedLog log(dir.file("log.html"));
+        auto engine = offlineEngine();
+        EXPECT_TRUE(log.contains("Loading of codec_fc.so failed!"));
+        EXPECT_FALSE(log.contains("Loading of codec_fc.so completed."));
+    }
+
+    // Two rips at once, given relative paths as a command line would.
+    engine_detail::RipOutcome outcomes[2];
+    const std::string inputs[2] = {"a.bin", "b.bin"};
+    std::thread other([&] {
+        outcomes[1] = engine_detail::ripModule("rip.sh", inputs[1], std::chrono::seconds(10));
+    });
+    outcomes[0] = engine_detail::ripModule("rip.sh", inputs[0], std::chrono::seconds(10));
+    other.join();
+    for (int i = 0; i < 2; ++i) {
+        SCOPED_TRACE(inputs[i]);
+        EXPECT_EQ(outcomes[i].problem, "");
+        const std::string input = dir.file(inputs[i]);
+        EXPECT_EQ(std::string(outcomes[i].module.begin(), outcomes[i].module.end()), input);
+        const std::vector<uint8_t> where = readBytes(input + ".where");
+        const std::string folder(where.begin(), where.end() - (where.empty() ? 0 : 1));
+        EXPECT_EQ(folder.rfind(dir.file("tmp/"), 0), 0u) << folder;
+        EXPECT_FALSE(std::filesystem::exists(folder)) << "removed after the run";
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(dir.file("tmp")));
+    EXPECT_EQ(readBytes(dir.file("-1.mod")), users);
+
+    if (oldTmp != nullptr) {
+        ::setenv("TMPDIR", savedTmp.c_str(), 1);
+    } else {
+        ::unsetenv("TMPDIR");
+    }
+}
+
+} // namespace
+} // namespace enginetest
