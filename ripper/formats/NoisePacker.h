@@ -71,7 +71,9 @@ void depackSkipTracks(RipState& st, const char* bannerName);
 void ripModule(RipState& st, const char* displayName, int extensionIndex);
 
 // What every version writes before the patterns: title, sample records, song length, restart
-// byte, order list and "M.K.".
+// byte, order list and "M.K.". All three write it as v2 always has: only the low byte of the
+// order list size counts, and the loop length 1 of the empty records is left at order entry 29
+// when the song has fewer than 30 positions.
 struct ModuleHead {
     unsigned patterns;         // as the song plays them: highest order entry + 1, 8-bit
     std::uint64_t trackTable;  // input offset
@@ -86,7 +88,7 @@ std::uint32_t trackAddress(const RipState& st, std::uint64_t trackTable, unsigne
 // The ProTracker cell of the packed row at `row` (read as zeros outside the input).
 std::array<std::uint8_t, 4> cellOfRow(const RipState& st, std::uint64_t row);
 
-// A packed row's sample number (1-31 or 0), for the tests.
+// A packed row's sample number (1-31 or 0), for the test steps.
 inline unsigned sampleOfRow(std::uint8_t b0, std::uint8_t b1) {
     return (b0 & 1u) << 4 | b1 >> 4;
 }
