@@ -4,7 +4,8 @@
 // last one found wins). Progress goes to standard output as printf-style console messages.
 //
 // Threading: none. Uses the process-wide RipState: one call at a time. The player runs it in a
-// child process (RipperProcess.h), never in its own.
+// child process (RipperProcess.h) whose current directory is a scratch folder of its own, never
+// in its own process.
 
 #include <cstdint>
 
