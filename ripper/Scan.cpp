@@ -50,7 +50,7 @@ struct ActiveScanOrder {
         candidates.addPair(0, -1); // zero runs are skipped at the scan itself
         for (const ActiveChainEntry& entry : chain) {
             if (entry.steps->gated)
-                candidates.lowByteGates.emplace_back(entry.steps->gates[0], entry.steps->gates[1]);
+                candidates.addGates(entry.steps->gates[0], entry.steps->gates[1]);
             else
                 for (unsigned low = 0; low <= 0x40; ++low)
                     candidates.addPair(static_cast<std::uint8_t>(low), -1);

@@ -9,6 +9,16 @@ void CandidateRules::addPair(std::uint8_t first, int second) {
             pairs[first | next << 8] = 1;
 }
 
+void CandidateRules::addGates(const ScanGate& a, const ScanGate& b) {
+    const auto same = [](const ScanGate& x, const ScanGate& y) {
+        return x.offset == y.offset && x.mask == y.mask && x.value == y.value;
+    };
+    for (const auto& [knownA, knownB] : lowByteGates)
+        if ((same(a, knownA) && same(b, knownB)) || (same(a, knownB) && same(b, knownA)))
+            return;
+    lowByteGates.emplace_back(a, b);
+}
+
 void CandidateFinder::markBlock(std::uint32_t start) {
     blockStart_ = start;
     blockLength_ = std::min(Block, end_ - start);

@@ -21,7 +21,10 @@ struct CandidateRules {
     // One entry per (byte, next byte), indexed by byte | next byte << 8: 1 for a candidate. One
     // table lookup per position answers for every tag at once, however many tags are active.
     std::vector<std::uint8_t> pairs;
-    // Gate pairs of the active chain tests.
+    // Adds the gates of a chain test; a pair already there (members of one family often share
+    // theirs) costs nothing more.
+    void addGates(const ScanGate& a, const ScanGate& b);
+    // Distinct gate pairs of the active chain tests: one vectorised pass over each block each.
     std::vector<std::pair<ScanGate, ScanGate>> lowByteGates;
 };
 
