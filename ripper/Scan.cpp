@@ -15,6 +15,8 @@ namespace {
 struct ActiveChainEntry {
     const FormatSteps* steps;
     const char* refusedMessage;
+    // The candidate mark of positions where this test's gates may hold (all bits: no gates).
+    std::uint8_t gateBit = 0xFF;
 };
 
 struct ActiveTagRow {
@@ -48,9 +50,9 @@ struct ActiveScanOrder {
         if (formatSteps(FormatId::XannPacker).test)
             xann = &formatSteps(FormatId::XannPacker);
         candidates.addPair(0, -1); // zero runs are skipped at the scan itself
-        for (const ActiveChainEntry& entry : chain) {
+        for (ActiveChainEntry& entry : chain) {
             if (entry.steps->gated)
-                candidates.addGates(entry.steps->gates[0], entry.steps->gates[1]);
+                entry.gateBit = candidates.addGates(entry.steps->gates[0], entry.steps->gates[1]);
             else
                 for (unsigned low = 0; low <= 0x40; ++low)
                     candidates.addPair(static_cast<std::uint8_t>(low), -1);
@@ -119,7 +121,20 @@ bool tryChannelTags(RipState& state) {
     return true;
 }
 
-void scanChain(RipState& state, const ActiveScanOrder& order) {
+// A test's gates are conditions it needs before it can accept. The pre-pass marks where each
+// pair of gates holds, but several pairs may share a mark bit, so the gates are checked again.
+bool gatesHold(const RipState& state, const FormatSteps& steps) {
+    if (!steps.gated)
+        return true;
+    for (const ScanGate& gate : steps.gates) {
+        const std::int64_t at = std::int64_t(state.position) + gate.offset;
+        if (at < 0 || at >= state.inputSize || (state.input[at] & gate.mask) != gate.value)
+            return false;
+    }
+    return true;
+}
+
+void scanChain(RipState& state, const ActiveScanOrder& order, std::uint8_t marks) {
     const std::uint8_t* at = state.input + state.position;
     if (order.powerMusic && std::memcmp(at, "!PM!", 4) == 0 && order.powerMusic->test(state) == 0) {
         runSteps(state, *order.powerMusic);
@@ -131,8 +146,13 @@ void scanChain(RipState& state, const ActiveScanOrder& order) {
         runSteps(state, *order.xann);
         return;
     }
+    // A zero byte may be where a skip of 63 zero bytes landed, past the byte a test is gated on:
+    // there every test runs, so a test can look back for a module whose end the skip crossed.
+    const bool afterZeros = *at == 0;
     for (const ActiveChainEntry& entry : order.chain) {
-        if (entry.steps->test(state) != 0)
+        const bool gated =
+            !afterZeros && (!(marks & entry.gateBit) || !gatesHold(state, *entry.steps));
+        if (gated || entry.steps->test(state) != 0)
             continue;
         if (entry.refusedMessage)
             std::printf(entry.refusedMessage, static_cast<long>(state.moduleStart));
@@ -178,7 +198,7 @@ void scanInput(RipState& state) {
             continue;
         }
         if (b <= 0x40)
-            scanChain(state, order);
+            scanChain(state, order, finder.marksAt(state.position));
         else if (!order.tagsByFirstByte[b].empty())
             scanTags(state, order.tagsByFirstByte[b]);
     }
