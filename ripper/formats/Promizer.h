@@ -9,9 +9,10 @@
 // cells, except where the period field is said to hold something else. Sample data is plain
 // 8-bit signed PCM, samples in record order.
 //
-// - 0.1 (found by its header alone): records at the module start s; s + 762 the pattern data
-//   size (32 bits); from s + 766 whole patterns of 64 rows x 4 channels x 4-byte cells (pattern
-//   offsets multiples of 1024); then the sample data.
+// - 0.1 (no signature; the scan finds it at its song length field): records at the module start
+//   s; s + 762 the pattern data size (32 bits); from s + 766 whole patterns of 64 rows x 4
+//   channels x 4-byte cells (pattern offsets multiples of 1024, below 128 KiB); then the sample
+//   data.
 // - 1.0c and 1.8a: the module starts with its 68000 replay routine. The routine's play set-up
 //   (entered by the second branch of the signature, at 0xA4) loads the song's header address
 //   with `lea (d16,pc),a0` at routine offset 0xAC: the header h = routine + 0xAE + d16. h + 0
@@ -32,12 +33,14 @@
 // is 0.
 //
 // Decisions:
-// - The 1.0c file at hand fixes that layout. 1.8a's routine shares the signature but its first
-//   two `lea` instructions (routine offsets 0x12 and 0x22) reach 4 bytes further (displacements
-//   0x0FD2 and 0x1100 instead of 0x0FCE and 0x10FC): that is what tells the versions apart. The
-//   1.0c test does not look at those words, so other builds of the routine still convert.
-// - No 2.0 or 4.0 file was at hand: their layouts extend the 1.x one in the way the later
-//   versions store notes and references; the routine length of 2.0 is a fixed constant.
+// - The 1.0c file at hand fixes that layout; 1.8a, known only from damaged files, keeps it. Its
+//   routine shares the signature but its first two `lea` instructions (routine offsets 0x12 and
+//   0x22) reach 4 bytes further (displacements 0x0FD2 and 0x1100 instead of 0x0FCE and 0x10FC):
+//   that is what tells the versions apart. The 1.0c test does not look at those words, so other
+//   builds of the routine still convert.
+// - No 0.1, 2.0 or 4.0 file was at hand: their layouts are the 1.x one without the routine
+//   (0.1, with whole patterns) or with the later way of storing notes and references (2.0 and
+//   4.0); the routine length of 2.0 is a fixed constant.
 // - Only the first song of a 1.x file is converted.
 // - Notes without a sample number take the finetune of the last sample named on their channel
 //   earlier in the same pattern (finetune 0 at the top of a pattern): every note of the 1.0c file
