@@ -15,8 +15,6 @@ namespace {
 struct ActiveChainEntry {
     const FormatSteps* steps;
     const char* refusedMessage;
-    // The candidate mark of positions where this test's gates may hold (all bits: no gates).
-    std::uint8_t gateBit = 0xFF;
 };
 
 struct ActiveTagRow {
@@ -50,9 +48,9 @@ struct ActiveScanOrder {
         if (formatSteps(FormatId::XannPacker).test)
             xann = &formatSteps(FormatId::XannPacker);
         candidates.addPair(0, -1); // zero runs are skipped at the scan itself
-        for (ActiveChainEntry& entry : chain) {
+        for (const ActiveChainEntry& entry : chain) {
             if (entry.steps->gated)
-                entry.gateBit = candidates.addGates(entry.steps->gates[0], entry.steps->gates[1]);
+                candidates.addGates(entry.steps->gates[0], entry.steps->gates[1]);
             else
                 for (unsigned low = 0; low <= 0x40; ++low)
                     candidates.addPair(static_cast<std::uint8_t>(low), -1);
@@ -73,6 +71,7 @@ struct ActiveScanOrder {
             for (std::uint8_t next = '0'; next <= '9'; ++next)
                 candidates.addPair(digit, next);
         }
+        candidates.finish();
     }
 };
 
@@ -121,8 +120,8 @@ bool tryChannelTags(RipState& state) {
     return true;
 }
 
-// A test's gates are conditions it needs before it can accept. The pre-pass marks where each
-// pair of gates holds, but several pairs may share a mark bit, so the gates are checked again.
+// A test's gates are conditions it needs before it can accept; the pre-pass marks positions
+// where any test's gates hold, so each test checks its own before it runs.
 bool gatesHold(const RipState& state, const FormatSteps& steps) {
     if (!steps.gated)
         return true;
@@ -134,7 +133,7 @@ bool gatesHold(const RipState& state, const FormatSteps& steps) {
     return true;
 }
 
-void scanChain(RipState& state, const ActiveScanOrder& order, std::uint8_t marks) {
+void scanChain(RipState& state, const ActiveScanOrder& order) {
     const std::uint8_t* at = state.input + state.position;
     if (order.powerMusic && std::memcmp(at, "!PM!", 4) == 0 && order.powerMusic->test(state) == 0) {
         runSteps(state, *order.powerMusic);
@@ -150,8 +149,7 @@ void scanChain(RipState& state, const ActiveScanOrder& order, std::uint8_t marks
     // there every test runs, so a test can look back for a module whose end the skip crossed.
     const bool afterZeros = *at == 0;
     for (const ActiveChainEntry& entry : order.chain) {
-        const bool gated =
-            !afterZeros && (!(marks & entry.gateBit) || !gatesHold(state, *entry.steps));
+        const bool gated = !afterZeros && !gatesHold(state, *entry.steps);
         if (gated || entry.steps->test(state) != 0)
             continue;
         if (entry.refusedMessage)
@@ -198,7 +196,7 @@ void scanInput(RipState& state) {
             continue;
         }
         if (b <= 0x40)
-            scanChain(state, order, finder.marksAt(state.position));
+            scanChain(state, order);
         else if (!order.tagsByFirstByte[b].empty())
             scanTags(state, order.tagsByFirstByte[b]);
     }

@@ -8,125 +8,249 @@
 #include <emmintrin.h>
 #define TAMBERLO_SCAN_SSE2 1
 #endif
+// GCC and Clang on x86 can also build an AVX2 form, chosen at run time by the processor.
+#if defined(TAMBERLO_SCAN_SSE2) && (defined(__GNUC__) || defined(__clang__)) &&                    \
+    (defined(__x86_64__) || defined(__i386__))
+#include <immintrin.h>
+#define TAMBERLO_SCAN_AVX2 1
+#endif
 
 void CandidateRules::addPair(std::uint8_t first, int second) {
     for (unsigned next = 0; next < 256; ++next)
         if (second < 0 || unsigned(second) == next)
-            pairs[first | next << 8] = kPairMark;
+            pairs[(first | next << 8) >> 6] |= 1ull << (first & 63);
 }
 
-std::uint8_t CandidateRules::addGates(const ScanGate& a, const ScanGate& b) {
+CandidateRules::Splat CandidateRules::splat(std::uint8_t byte) {
+    Splat splat;
+    std::memset(splat.bytes, byte, sizeof splat.bytes);
+    return splat;
+}
+
+void CandidateRules::addGates(const ScanGate& a, const ScanGate& b) {
     const auto same = [](const ScanGate& x, const ScanGate& y) {
         return x.offset == y.offset && x.mask == y.mask && x.value == y.value;
     };
     for (const GatePair& known : gates)
         if ((same(a, known.a) && same(b, known.b)) || (same(a, known.b) && same(b, known.a)))
-            return known.bit;
-    const auto bit = static_cast<std::uint8_t>(2u << (gates.size() % 7));
-    gates.push_back({a, b, bit});
-    return bit;
+            return;
+    gates.push_back({a, b, splat(a.mask), splat(a.value), splat(b.mask), splat(b.value)});
 }
 
 namespace {
-bool gateHolds(const std::uint8_t* at, const ScanGate& gate) {
-    return (at[gate.offset] & gate.mask) == gate.value;
+// Sorted runs of the bytes in `set`, the closest merged until at most `count` are left (a few
+// extra bytes only cost a table lookup each), as ranges; unused ranges repeat the first one.
+CandidateRules::Ranges rangesOf(const std::array<bool, 256>& set, std::size_t count) {
+    struct Run {
+        unsigned first, last;
+    };
+    std::vector<Run> runs;
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        if (!set[byte])
+            continue;
+        if (!runs.empty() && runs.back().last + 1 == byte)
+            runs.back().last = byte;
+        else
+            runs.push_back({byte, byte});
+    }
+    while (runs.size() > count) {
+        std::size_t closest = 0;
+        for (std::size_t i = 1; i + 1 < runs.size(); ++i)
+            if (runs[i + 1].first - runs[i].last < runs[closest + 1].first - runs[closest].last)
+                closest = i;
+        runs[closest].last = runs[closest + 1].last;
+        runs.erase(runs.begin() + std::ptrdiff_t(closest) + 1);
+    }
+    CandidateRules::Ranges ranges;
+    if (runs.empty()) // nothing starts a pair: a range that no byte but 0 falls in
+        runs.push_back({0, 0});
+    for (std::size_t r = 0; r < count; ++r) {
+        const Run& run = r < runs.size() ? runs[r] : runs[0];
+        ranges.firsts[r] = CandidateRules::splat(std::uint8_t(run.first));
+        ranges.spans[r] = CandidateRules::splat(std::uint8_t(run.last - run.first));
+    }
+    return ranges;
 }
 } // namespace
 
-void CandidateFinder::markGates(std::uint32_t start) {
-    const auto& gates = rules_.gates;
-    if (gates.empty())
-        return;
-    const std::uint8_t* in = input_ + start;
-    std::uint8_t* marks = marks_.data();
-    const std::int64_t n = blockLength_;
-    // Positions whose gate bytes all lie inside the input; the rest are checked one by one.
-    std::int64_t lowest = 0, highest = 0;
-    for (const auto& g : gates) {
-        lowest = std::min<std::int64_t>({lowest, g.a.offset, g.b.offset});
-        highest = std::max<std::int64_t>({highest, g.a.offset, g.b.offset});
-    }
-    const std::int64_t first = std::clamp<std::int64_t>(-std::int64_t(start) - lowest, 0, n);
-    const std::int64_t last =
-        std::clamp<std::int64_t>(std::int64_t(size_) - start - highest, first, n);
-    const auto slow = [&](std::int64_t i) {
-        if (in[i] > 0x40)
-            return;
-        for (const auto& g : gates) {
-            const std::int64_t at = std::int64_t(start) + i;
-            if (at + g.a.offset >= 0 && at + g.b.offset >= 0 && at + g.a.offset < size_ &&
-                at + g.b.offset < size_ && gateHolds(in + i, g.a) && gateHolds(in + i, g.b))
-                marks[i] |= g.bit;
+void CandidateRules::finish() {
+    std::array<bool, 256> first{}, second{};
+    for (unsigned index = 0; index < (1u << 16); ++index)
+        if (hasPair(index) && (index & 0xFF) != 0) {
+            first[index & 0xFF] = true;
+            second[index >> 8] = true;
         }
-    };
-    std::int64_t i = first;
-#if defined(TAMBERLO_SCAN_SSE2)
-    // Sixteen positions at a time, every gate pair in registers: one pass however many pairs.
-    struct Wide {
-        __m128i maskA, valueA, maskB, valueB, bit;
-    };
-    std::array<Wide, 32> wide;
-    const std::size_t count = std::min(gates.size(), wide.size());
-    for (std::size_t g = 0; g < count; ++g)
-        wide[g] = {_mm_set1_epi8(char(gates[g].a.mask)), _mm_set1_epi8(char(gates[g].a.value)),
-                   _mm_set1_epi8(char(gates[g].b.mask)), _mm_set1_epi8(char(gates[g].b.value)),
-                   _mm_set1_epi8(char(gates[g].bit))};
-    const __m128i limit = _mm_set1_epi8(0x40);
-    const auto load = [](const std::uint8_t* p) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    };
-    if (count == gates.size())
-        for (; i + 16 <= last; i += 16) {
-            const __m128i bytes = load(in + i);
-            const __m128i low = _mm_cmpeq_epi8(_mm_min_epu8(bytes, limit), bytes);
-            __m128i bits = _mm_setzero_si128();
-            for (std::size_t g = 0; g < count; ++g) {
-                const __m128i a = _mm_cmpeq_epi8(
-                    _mm_and_si128(load(in + i + gates[g].a.offset), wide[g].maskA), wide[g].valueA);
-                const __m128i b = _mm_cmpeq_epi8(
-                    _mm_and_si128(load(in + i + gates[g].b.offset), wide[g].maskB), wide[g].valueB);
-                bits = _mm_or_si128(bits, _mm_and_si128(_mm_and_si128(a, b), wide[g].bit));
-            }
-            const __m128i old = load(marks + i);
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(marks + i),
-                             _mm_or_si128(old, _mm_and_si128(bits, low)));
-        }
-#endif
-    for (std::int64_t j = 0; j < first; ++j)
-        slow(j);
-    for (; i < n; ++i)
-        slow(i);
+    starts = rangesOf(first, kRanges);
+    follows = rangesOf(second, kRanges);
 }
+
+namespace {
+// One bit per position of a chunk of up to 32.
+struct ChunkBits {
+    std::uint32_t maybePair; // a zero byte, or a byte and its next byte in the pair ranges
+    std::uint32_t gates;     // the byte is at most 0x40 and some chain test's gates hold
+};
+
+// The one-position form of the checks: near the ends of the input (gate bytes outside it fail)
+// and on targets without SSE2.
+ChunkBits positionBits(const CandidateRules& rules, const std::uint8_t* input, std::int64_t size,
+                       std::int64_t at, unsigned count) {
+    ChunkBits bits{0, 0};
+    for (unsigned k = 0; k < count; ++k) {
+        const std::uint8_t byte = input[at + k];
+        const auto in = [](const CandidateRules::Ranges& ranges, std::uint8_t value) {
+            for (std::size_t r = 0; r < CandidateRules::kRanges; ++r)
+                if (std::uint8_t(value - ranges.firsts[r].bytes[0]) <= ranges.spans[r].bytes[0])
+                    return true;
+            return false;
+        };
+        if (byte == 0 || (in(rules.starts, byte) && in(rules.follows, input[at + k + 1])))
+            bits.maybePair |= 1u << k;
+        if (byte > 0x40)
+            continue;
+        for (const auto& gate : rules.gates) {
+            const std::int64_t a = at + k + gate.a.offset;
+            const std::int64_t b = at + k + gate.b.offset;
+            if (a >= 0 && b >= 0 && a < size && b < size &&
+                (input[a] & gate.a.mask) == gate.a.value &&
+                (input[b] & gate.b.mask) == gate.b.value)
+                bits.gates |= 1u << k;
+        }
+    }
+    return bits;
+}
+
+#if defined(TAMBERLO_SCAN_SSE2)
+__m128i load(const std::uint8_t* p) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+}
+__m128i load(const CandidateRules::Splat& splat) {
+    return _mm_load_si128(reinterpret_cast<const __m128i*>(splat.bytes));
+}
+
+// Sixteen positions from p, all of whose gate bytes lie inside the input.
+ChunkBits chunkBits(const CandidateRules& rules, const std::uint8_t* p) {
+    const auto in = [](__m128i bytes, const CandidateRules::Ranges& ranges) {
+        __m128i any = _mm_setzero_si128();
+        for (std::size_t r = 0; r < CandidateRules::kRanges; ++r) {
+            const __m128i above = _mm_sub_epi8(bytes, load(ranges.firsts[r]));
+            any = _mm_or_si128(any,
+                               _mm_cmpeq_epi8(_mm_min_epu8(above, load(ranges.spans[r])), above));
+        }
+        return any;
+    };
+    const __m128i bytes = load(p);
+    const __m128i maybe =
+        _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_setzero_si128()),
+                     _mm_and_si128(in(bytes, rules.starts), in(load(p + 1), rules.follows)));
+    __m128i gates = _mm_setzero_si128();
+    for (const auto& gate : rules.gates) {
+        const __m128i a = _mm_cmpeq_epi8(_mm_and_si128(load(p + gate.a.offset), load(gate.maskA)),
+                                         load(gate.valueA));
+        const __m128i b = _mm_cmpeq_epi8(_mm_and_si128(load(p + gate.b.offset), load(gate.maskB)),
+                                         load(gate.valueB));
+        gates = _mm_or_si128(gates, _mm_and_si128(a, b));
+    }
+    const __m128i low = _mm_cmpeq_epi8(_mm_min_epu8(bytes, _mm_set1_epi8(0x40)), bytes);
+    return {std::uint32_t(_mm_movemask_epi8(maybe)),
+            std::uint32_t(_mm_movemask_epi8(_mm_and_si128(gates, low)))};
+}
+#endif
+
+#if defined(TAMBERLO_SCAN_AVX2)
+__attribute__((target("avx2"))) inline __m256i load32(const std::uint8_t* at) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
+}
+__attribute__((target("avx2"))) inline __m256i splat32(const CandidateRules::Splat& splat) {
+    return _mm256_broadcastsi128_si256(
+        _mm_load_si128(reinterpret_cast<const __m128i*>(splat.bytes)));
+}
+
+__attribute__((target("avx2"))) inline __m256i in32(__m256i bytes,
+                                                    const CandidateRules::Ranges& ranges) {
+    __m256i any = _mm256_setzero_si256();
+    for (std::size_t r = 0; r < CandidateRules::kRanges; ++r) {
+        const __m256i above = _mm256_sub_epi8(bytes, splat32(ranges.firsts[r]));
+        any = _mm256_or_si256(
+            any, _mm256_cmpeq_epi8(_mm256_min_epu8(above, splat32(ranges.spans[r])), above));
+    }
+    return any;
+}
+
+// The same for 32 positions at once.
+__attribute__((target("avx2"))) ChunkBits chunkBits32(const CandidateRules& rules,
+                                                      const std::uint8_t* p) {
+    const __m256i bytes = load32(p);
+    const __m256i maybe = _mm256_or_si256(
+        _mm256_cmpeq_epi8(bytes, _mm256_setzero_si256()),
+        _mm256_and_si256(in32(bytes, rules.starts), in32(load32(p + 1), rules.follows)));
+    __m256i gates = _mm256_setzero_si256();
+    for (const auto& gate : rules.gates) {
+        const __m256i a = _mm256_cmpeq_epi8(
+            _mm256_and_si256(load32(p + gate.a.offset), splat32(gate.maskA)), splat32(gate.valueA));
+        const __m256i b = _mm256_cmpeq_epi8(
+            _mm256_and_si256(load32(p + gate.b.offset), splat32(gate.maskB)), splat32(gate.valueB));
+        gates = _mm256_or_si256(gates, _mm256_and_si256(a, b));
+    }
+    const __m256i low = _mm256_cmpeq_epi8(_mm256_min_epu8(bytes, _mm256_set1_epi8(0x40)), bytes);
+    return {std::uint32_t(_mm256_movemask_epi8(maybe)),
+            std::uint32_t(_mm256_movemask_epi8(_mm256_and_si256(gates, low)))};
+}
+
+bool hasAvx2() {
+    static const bool has = __builtin_cpu_supports("avx2");
+    return has;
+}
+#endif
+} // namespace
 
 void CandidateFinder::markBlock(std::uint32_t start) {
     blockStart_ = start;
     blockLength_ = std::min(Block, end_ - start);
-    const std::uint32_t n = blockLength_;
-    const std::uint8_t* in = input_ + start;
-    std::uint8_t* marks = marks_.data();
-    const std::uint8_t* pairs = rules_.pairs.data();
-    // Positions stay 64 bytes before the end, so the next byte is always there.
-    std::uint32_t i = 0;
-    if constexpr (std::endian::native == std::endian::little) {
-        // Eight positions from one load: byte k of the word is in[i + k], so each shift gives a
-        // position's byte and its next byte at once.
-        for (; i + 8 <= n; i += 8) {
-            std::uint64_t word;
-            std::memcpy(&word, in + i, 8);
-            for (unsigned k = 0; k < 7; ++k)
-                marks[i + k] = pairs[word >> 8 * k & 0xFFFF];
-            marks[i + 7] = pairs[word >> 56 | unsigned(in[i + 8]) << 8];
+    candidates_.fill(0);
+    std::int64_t lowest = 0, highest = 0;
+    for (const auto& gate : rules_.gates) {
+        lowest = std::min<std::int64_t>({lowest, gate.a.offset, gate.b.offset});
+        highest = std::max<std::int64_t>({highest, gate.a.offset, gate.b.offset});
+    }
+    // Chunks of 32 positions (two of sixteen without AVX2); the bytes read for positions past
+    // the block still lie inside the input, as the scan stops 64 bytes before its end.
+    for (std::uint32_t chunk = 0; 32 * chunk < blockLength_; ++chunk) {
+        const std::int64_t at = std::int64_t(start) + 32 * chunk;
+        ChunkBits bits;
+        const bool inside = at + lowest >= 0 && at + 31 + highest < std::int64_t(size_);
+#if defined(TAMBERLO_SCAN_AVX2)
+        if (inside && hasAvx2())
+            bits = chunkBits32(rules_, input_ + at);
+        else
+#endif
+#if defined(TAMBERLO_SCAN_SSE2)
+            if (inside) {
+            const ChunkBits low = chunkBits(rules_, input_ + at);
+            const ChunkBits high = chunkBits(rules_, input_ + at + 16);
+            bits = {low.maybePair | high.maybePair << 16, low.gates | high.gates << 16};
+        } else
+#endif
+            bits = positionBits(rules_, input_, size_, at, 32);
+        // The exact pair check for the few positions in a range; the next byte is always there.
+        std::uint32_t pairs = 0;
+        for (std::uint32_t maybe = bits.maybePair; maybe != 0; maybe &= maybe - 1) {
+            const int k = std::countr_zero(maybe);
+            const std::uint8_t* p = input_ + at + k;
+            pairs |= std::uint32_t(rules_.hasPair(p[0] | p[1] << 8)) << k;
+        }
+        candidates_[chunk / 2] |= std::uint64_t(pairs | bits.gates) << 32 * (chunk % 2);
+    }
+    // Positions past the block are never candidates here.
+    if (blockLength_ < Block) {
+        for (std::uint32_t w = 0; w < candidates_.size(); ++w) {
+            const std::uint32_t first = 64 * w;
+            if (first >= blockLength_)
+                candidates_[w] = 0;
+            else if (blockLength_ - first < 64)
+                candidates_[w] &= (1ull << (blockLength_ - first)) - 1;
         }
     }
-    for (; i < n; ++i)
-        marks[i] = pairs[in[i] | in[i + 1] << 8];
-    markGates(start);
-}
-
-std::uint8_t CandidateFinder::marksAt(std::uint32_t position) {
-    if (position < blockStart_ || position >= blockStart_ + blockLength_)
-        markBlock(position);
-    return marks_[position - blockStart_];
 }
 
 std::uint32_t CandidateFinder::next(std::uint32_t position) {
@@ -135,20 +259,15 @@ std::uint32_t CandidateFinder::next(std::uint32_t position) {
     if (position < end_ && input_[position] == 0)
         return position;
     while (position < end_) {
-        if (position < blockStart_ || position >= blockStart_ + blockLength_)
+        if (!inBlock(position))
             markBlock(position);
-        std::uint32_t i = position - blockStart_;
-        // Eight marks at a time: most words are all zero.
-        while (i + 8 <= blockLength_) {
-            std::uint64_t word;
-            std::memcpy(&word, marks_.data() + i, 8);
-            if (word != 0)
-                break;
-            i += 8;
-        }
-        for (; i < blockLength_; ++i)
-            if (marks_[i])
-                return blockStart_ + i;
+        const std::uint32_t offset = position - blockStart_;
+        std::uint32_t w = offset / 64;
+        std::uint64_t bits = candidates_[w] & (~0ull << (offset % 64));
+        while (bits == 0 && ++w < candidates_.size())
+            bits = candidates_[w];
+        if (bits != 0)
+            return blockStart_ + 64 * w + std::uint32_t(std::countr_zero(bits));
         position = blockStart_ + blockLength_;
     }
     return end_;

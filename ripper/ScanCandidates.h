@@ -1,13 +1,13 @@
 #pragma once
-// Finds the next scan position worth a closer look, many positions at a time, and says why. A
-// position is a candidate when its byte is 0 (zero-run skip), is the first byte of an active
-// tag, is a digit that may start a channel-count tag, or is at most 0x40 and passes the gates of
-// an active chain test (or some chain test has no gate). Every other position is one where the
-// full scan would run no test that can accept, so skipping it changes no result.
+// Finds the next scan position worth a closer look, sixteen positions at a time. A position is
+// a candidate when its byte is 0 (zero-run skip), is the first byte of an active tag, is a digit
+// that may start a channel-count tag, or is at most 0x40 and passes the gates of an active chain
+// test (or some chain test has no gate). Every other position is one where the full scan would
+// run no test that can accept, so skipping it changes no result.
 //
-// A position's marks are bits: kPairMark for the byte pairs (tags, specials, zero bytes,
-// ungated chain tests), and one bit per gate pair (shared round-robin when there are more than
-// seven), so the scan tries only the chain tests whose gates may hold there.
+// How: one vector pass per block checks, for sixteen positions at once, a few byte ranges that
+// hold every byte starting a pair (most random bytes are in none) and every distinct pair of
+// chain-test gates. Only the positions in a range then look up the exact pair table.
 //
 // Threading: a finder belongs to one scan on one thread.
 
@@ -17,25 +17,37 @@
 
 #include "Formats.h"
 
-inline constexpr std::uint8_t kPairMark = 1;
-
 struct CandidateRules {
-    CandidateRules() : pairs(1 << 16, 0) {}
+    CandidateRules() : pairs(1 << 10, 0) {}
     // Marks the positions whose byte is `first` and whose next byte is `second` (-1: any).
     void addPair(std::uint8_t first, int second);
-    // One entry per (byte, next byte), indexed by byte | next byte << 8: kPairMark for a
-    // candidate. One table lookup per position answers for every tag at once.
-    std::vector<std::uint8_t> pairs;
-
-    // Adds the gates of a chain test and returns the mark bit of positions where both hold (and
-    // the byte is at most 0x40). A pair already there (members of one family often share
+    // Adds the gates of a chain test. A pair already there (members of one family often share
     // theirs) costs nothing more.
-    std::uint8_t addGates(const ScanGate& a, const ScanGate& b);
+    void addGates(const ScanGate& a, const ScanGate& b);
+    // Call once after the last addPair: derives the byte ranges of the vector check.
+    void finish();
+
+    // One bit per (byte, next byte), numbered byte | next byte << 8: set for a candidate. As bits
+    // the table stays in the first-level cache.
+    std::vector<std::uint64_t> pairs;
+    bool hasPair(unsigned index) const { return pairs[index >> 6] >> (index & 63) & 1; }
+    // 16 copies of a byte, for the vector checks.
+    struct alignas(16) Splat {
+        std::uint8_t bytes[16];
+    };
+    static Splat splat(std::uint8_t byte);
+    // Byte ranges (first, last - first) holding every byte other than 0 that starts a pair, and
+    // ranges holding every byte that follows one of them. Zero bytes are always candidates.
+    static constexpr std::size_t kRanges = 6;
+    struct Ranges {
+        std::array<Splat, kRanges> firsts{}, spans{};
+    };
+    Ranges starts, follows;
     struct GatePair {
         ScanGate a, b;
-        std::uint8_t bit;
+        Splat maskA, valueA, maskB, valueB;
     };
-    // Distinct gate pairs of the active chain tests, checked together in one pass per block.
+    // Distinct gate pairs of the active chain tests.
     std::vector<GatePair> gates;
 };
 
@@ -47,13 +59,13 @@ public:
 
     // The first candidate at or after `position`, or `end` when there is none before it.
     std::uint32_t next(std::uint32_t position);
-    // The marks of a position below `end` (0 for one that is not a candidate).
-    std::uint8_t marksAt(std::uint32_t position);
 
 private:
     static constexpr std::uint32_t Block = 1024;
     void markBlock(std::uint32_t start);
-    void markGates(std::uint32_t start);
+    bool inBlock(std::uint32_t position) const {
+        return position >= blockStart_ && position - blockStart_ < blockLength_;
+    }
 
     const CandidateRules& rules_;
     const std::uint8_t* input_;
@@ -61,5 +73,5 @@ private:
     std::uint32_t end_; // positions run below this
     std::uint32_t blockStart_ = 0;
     std::uint32_t blockLength_ = 0;
-    alignas(64) std::array<std::uint8_t, Block> marks_{};
+    std::array<std::uint64_t, Block / 64> candidates_{}; // bit per position of the block
 };

@@ -24,12 +24,12 @@ void depackNoisePackerV3(RipState& st) {
 } // namespace
 
 // v1 is found where v2 is: 0xC in the low nibble of the module's second byte (position - 14)
-// and an even order list size (its low byte at position - 12).
+// and a sample count of at most 31, so bits 1-3 of the first byte (position - 15) are clear.
 const FormatSteps noisePackerV1Steps = {testNoisePackerV1,
                                         ripNoisePackerV1,
                                         depackNoisePackerV1,
                                         true,
-                                        {ScanGate{-14, 0x0F, 0x0C}, ScanGate{-12, 0x01, 0x00}}};
+                                        {ScanGate{-14, 0x0F, 0x0C}, ScanGate{-15, 0x0E, 0x00}}};
 // v3 is found at position - 9: its first byte is 0 or 1 and its second has 0xC in the low
 // nibble.
 const FormatSteps noisePackerV3Steps = {noisePacker::testSkipTracks,

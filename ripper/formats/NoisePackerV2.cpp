@@ -15,10 +15,10 @@ void depackNoisePackerV2(RipState& st) {
 }
 } // namespace
 
-// The test needs 0xC in the low nibble of the module's second byte (position - 14) and an even
-// order list size (its low byte at position - 12).
+// The test needs 0xC in the low nibble of the module's second byte (position - 14) and at most
+// 31 samples, so bits 1-3 of the first byte (position - 15) are clear.
 const FormatSteps noisePackerV2Steps = {testNoisePackerV2,
                                         ripNoisePackerV2,
                                         depackNoisePackerV2,
                                         true,
-                                        {ScanGate{-14, 0x0F, 0x0C}, ScanGate{-12, 0x01, 0x00}}};
+                                        {ScanGate{-14, 0x0F, 0x0C}, ScanGate{-15, 0x0E, 0x00}}};
