@@ -6,6 +6,7 @@
 #include "ScanOrder.h"
 #include "formats/MultiChannel.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -29,6 +30,7 @@ struct ActiveScanOrder {
     std::array<std::vector<ActiveTagRow>, 256> tagsByFirstByte;
     const FormatSteps* powerMusic = nullptr;
     const FormatSteps* xann = nullptr;
+    bool ungatedChain = false; // a chain test without gates runs at every byte up to 0x40
     CandidateRules candidates;
 
     ActiveScanOrder() {
@@ -49,11 +51,13 @@ struct ActiveScanOrder {
             xann = &formatSteps(FormatId::XannPacker);
         candidates.addPair(0, -1); // zero runs are skipped at the scan itself
         for (const ActiveChainEntry& entry : chain) {
-            if (entry.steps->gated)
+            if (entry.steps->gated) {
                 candidates.addGates(entry.steps->gates[0], entry.steps->gates[1]);
-            else
-                for (unsigned low = 0; low <= 0x40; ++low)
-                    candidates.addPair(static_cast<std::uint8_t>(low), -1);
+                continue;
+            }
+            ungatedChain = true;
+            for (unsigned low = 0; low <= 0x40; ++low)
+                candidates.addPair(static_cast<std::uint8_t>(low), -1);
         }
         for (const auto& rows : tagsByFirstByte)
             for (const ActiveTagRow& active : rows) {
@@ -133,7 +137,10 @@ bool gatesHold(const RipState& state, const FormatSteps& steps) {
     return true;
 }
 
-void scanChain(RipState& state, const ActiveScanOrder& order) {
+// `afterSkip`: the position is where a skip of 63 zero bytes landed, maybe past the byte a test
+// is gated on; there every test runs, so a test can look back for a module the skip entered.
+// `gatesHoldHere`: the pre-pass found some chain test's gates holding at the position.
+void scanChain(RipState& state, const ActiveScanOrder& order, bool afterSkip, bool gatesHoldHere) {
     const std::uint8_t* at = state.input + state.position;
     if (order.powerMusic && std::memcmp(at, "!PM!", 4) == 0 && order.powerMusic->test(state) == 0) {
         runSteps(state, *order.powerMusic);
@@ -145,11 +152,10 @@ void scanChain(RipState& state, const ActiveScanOrder& order) {
         runSteps(state, *order.xann);
         return;
     }
-    // A zero byte may be where a skip of 63 zero bytes landed, past the byte a test is gated on:
-    // there every test runs, so a test can look back for a module whose end the skip crossed.
-    const bool afterZeros = *at == 0;
+    if (!afterSkip && !gatesHoldHere && !order.ungatedChain)
+        return;
     for (const ActiveChainEntry& entry : order.chain) {
-        const bool gated = !afterZeros && !gatesHold(state, *entry.steps);
+        const bool gated = !afterSkip && !gatesHold(state, *entry.steps);
         if (gated || entry.steps->test(state) != 0)
             continue;
         if (entry.refusedMessage)
@@ -188,18 +194,23 @@ void scanInput(RipState& state) {
     const auto end = static_cast<std::uint32_t>(state.inputSize - 64);
     CandidateFinder finder(order.candidates, input, static_cast<std::uint32_t>(state.inputSize),
                            end);
-    for (state.position = finder.next(0); state.position < end;
-         state.position = finder.next(state.position + 1)) {
+    bool afterSkip = false;
+    for (state.position = finder.next(0); state.position < end;) {
         const std::uint8_t b = input[state.position];
         if (b == 0 && sixtyFourZeros(input + state.position)) {
-            state.position += 62;
+            // The position after a run is looked at whatever the pre-pass says of it.
+            state.position += 63;
+            afterSkip = true;
             continue;
         }
         if (b <= 0x40)
-            scanChain(state, order);
+            scanChain(state, order, afterSkip, finder.gatesHoldAt(state.position));
         else if (!order.tagsByFirstByte[b].empty())
             scanTags(state, order.tagsByFirstByte[b]);
+        afterSkip = false;
+        state.position = finder.next(state.position + 1);
     }
+    state.position = std::min(state.position, end);
 }
 
 void ripBuffer(const std::uint8_t* data, std::int32_t size) {

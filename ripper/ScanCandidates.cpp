@@ -208,6 +208,7 @@ void CandidateFinder::markBlock(std::uint32_t start) {
     blockStart_ = start;
     blockLength_ = std::min(Block, end_ - start);
     candidates_.fill(0);
+    gateHits_.fill(0);
     std::int64_t lowest = 0, highest = 0;
     for (const auto& gate : rules_.gates) {
         lowest = std::min<std::int64_t>({lowest, gate.a.offset, gate.b.offset});
@@ -240,6 +241,7 @@ void CandidateFinder::markBlock(std::uint32_t start) {
             pairs |= std::uint32_t(rules_.hasPair(p[0] | p[1] << 8)) << k;
         }
         candidates_[chunk / 2] |= std::uint64_t(pairs | bits.gates) << 32 * (chunk % 2);
+        gateHits_[chunk / 2] |= std::uint64_t(bits.gates) << 32 * (chunk % 2);
     }
     // Positions past the block are never candidates here.
     if (blockLength_ < Block) {

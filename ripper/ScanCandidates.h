@@ -59,6 +59,13 @@ public:
 
     // The first candidate at or after `position`, or `end` when there is none before it.
     std::uint32_t next(std::uint32_t position);
+    // True when the gates of some chain test hold at `position` (below `end`).
+    bool gatesHoldAt(std::uint32_t position) {
+        if (!inBlock(position))
+            markBlock(position);
+        const std::uint32_t offset = position - blockStart_;
+        return gateHits_[offset / 64] >> (offset % 64) & 1;
+    }
 
 private:
     static constexpr std::uint32_t Block = 1024;
@@ -74,4 +81,5 @@ private:
     std::uint32_t blockStart_ = 0;
     std::uint32_t blockLength_ = 0;
     std::array<std::uint64_t, Block / 64> candidates_{}; // bit per position of the block
+    std::array<std::uint64_t, Block / 64> gateHits_{};   // the positions where gates hold
 };
