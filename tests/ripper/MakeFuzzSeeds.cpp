@@ -1,9 +1,18 @@
-// Writes seed inputs for the ripper's fuzz target: small NoisePacker v2, AC1D and plain
-// modules inside other bytes, so the fuzzer starts past the format tests.
+// Writes seed inputs for the ripper's fuzz target: a small module packed in every format the
+// ripper converts, and a plain module, each inside other bytes, so the fuzzer starts past the
+// format tests.
 #include "ModulePacker.h"
 #include "RipTestSupport.h"
+#include "packers/NoisePackerPacker.h"
+#include "packers/ProPackerPacker.h"
+#include "packers/ProRunnerPacker.h"
+#include "packers/PromizerPacker.h"
+#include "packers/ThePlayer4xPacker.h"
+#include "packers/ThePlayer6xPacker.h"
+#include "packers/TrackerPackerPacker.h"
 
 #include <cstdio>
+#include <string>
 
 int main(int argc, char** argv) {
     if (argc != 2) {
@@ -18,15 +27,42 @@ int main(int argc, char** argv) {
     writeCell(module.patterns[0], 0, 0, {1, 428, 0xA, 0x30});
     writeCell(module.patterns[1], 3, 2, {2, 214, 0xB, 0x01});
     writeCell(module.patterns[1], 9, 1, {1, 0, 0x7, 0x22});
+    using V6 = ThePlayer6xVersion;
+    const Bytes seeds[] = {
+        packNoisePackerV2(module),
+        packAc1d(module),
+        module.bytes(),
+        packNoisePackerV1(module),
+        packNoisePackerV3(module),
+        packNoiserunner(module),
+        packProPacker(module, ProPackerVersion::V10),
+        packProPacker(module, ProPackerVersion::V21),
+        packProPacker(module, ProPackerVersion::V30),
+        packProRunner1(module),
+        packProRunner2(module),
+        packPromizer(module, PromizerVersion::V01),
+        packPromizer(module, PromizerVersion::V10c),
+        packPromizer(module, PromizerVersion::V18a),
+        packPromizer(module, PromizerVersion::V20),
+        packPromizer(module, PromizerVersion::V40),
+        packThePlayer(module, ThePlayerVersion::V22A),
+        packThePlayer(module, ThePlayerVersion::V40A),
+        packThePlayer(module, ThePlayerVersion::V41A),
+        packThePlayer6x(module, {V6::V50A}),
+        packThePlayer6x(module, {V6::V60A}),
+        packThePlayer6x(module, {V6::V61A, true, true}),
+        packTrackerPacker1(module),
+        packTrackerPacker2(module),
+        packTrackerPacker3(module),
+    };
     const std::filesystem::path dir = argv[1];
     std::filesystem::create_directories(dir);
-    const Bytes seeds[] = {packNoisePackerV2(module), packAc1d(module), module.bytes()};
-    const char* names[] = {"seed-np2", "seed-ac1d", "seed-mk"};
-    for (int i = 0; i < 3; ++i) {
+    int index = 0;
+    for (const Bytes& seed : seeds) {
         Bytes file = filler(80, 1);
-        file.insert(file.end(), seeds[i].begin(), seeds[i].end());
+        file.insert(file.end(), seed.begin(), seed.end());
         file.resize(file.size() + 70, 0x55);
-        writeFile(dir / names[i], file);
+        writeFile(dir / ("seed-" + std::to_string(index++)), file);
     }
     return 0;
 }
