@@ -44,6 +44,25 @@ struct Registry {
         add(FormatId::Promizer18a, promizer18aSteps);
         add(FormatId::Promizer20, promizer20Steps);
         add(FormatId::Promizer40, promizer40Steps);
+        add(FormatId::KrisTracker, krisTrackerSteps);
+        add(FormatId::KefrensSoundMachine, kefrensSoundMachineSteps);
+        add(FormatId::Fuzzac, fuzzacSteps);
+        add(FormatId::FcmPacked, fcmPackedSteps);
+        add(FormatId::HornetPacked, hornetPackedSteps);
+        add(FormatId::SkytPacked, skytPackedSteps);
+        add(FormatId::StimSlamtilt, stimSteps);
+        add(FormatId::FuchsTracker, fuchsTrackerSteps);
+        add(FormatId::SoundFx13, soundFx13Steps);
+        add(FormatId::SoundTracker, soundTrackerSteps);
+        add(FormatId::JamCracker, jamCrackerSteps);
+        add(FormatId::DigiBooster17, digiBooster17Steps);
+        add(FormatId::Fastracker2, fastracker2Steps);
+        add(FormatId::FutureComposer13, futureComposer13Steps);
+        add(FormatId::FutureComposer14, futureComposer14Steps);
+        add(FormatId::BsiFutureComposer, bsiFutureComposerSteps);
+        add(FormatId::Med, medSteps);
+        add(FormatId::DigitalMugician, digitalMugicianSteps);
+        add(FormatId::SoundMonitor, soundMonitorSteps);
     }
 };
 } // namespace

@@ -1,0 +1,4 @@
+// FcmPacker: not built yet.
+#include "FormatStepsList.h"
+
+const FormatSteps fcmPackedSteps{};

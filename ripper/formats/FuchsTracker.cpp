@@ -1,0 +1,4 @@
+// FuchsTracker: not built yet.
+#include "FormatStepsList.h"
+
+const FormatSteps fuchsTrackerSteps{};

@@ -1,0 +1,4 @@
+// Fuzzac: not built yet.
+#include "FormatStepsList.h"
+
+const FormatSteps fuzzacSteps{};

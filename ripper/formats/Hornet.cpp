@@ -1,0 +1,4 @@
+// Hornet: not built yet.
+#include "FormatStepsList.h"
+
+const FormatSteps hornetPackedSteps{};

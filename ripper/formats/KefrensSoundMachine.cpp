@@ -1,0 +1,4 @@
+// KefrensSoundMachine: not built yet.
+#include "FormatStepsList.h"
+
+const FormatSteps kefrensSoundMachineSteps{};

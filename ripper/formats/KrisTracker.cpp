@@ -1,0 +1,4 @@
+// KrisTracker: not built yet.
+#include "FormatStepsList.h"
+
+const FormatSteps krisTrackerSteps{};

@@ -1,0 +1,4 @@
+// Skyt: not built yet.
+#include "FormatStepsList.h"
+
+const FormatSteps skytPackedSteps{};

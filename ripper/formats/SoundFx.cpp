@@ -1,0 +1,4 @@
+// SoundFx: not built yet.
+#include "FormatStepsList.h"
+
+const FormatSteps soundFx13Steps{};

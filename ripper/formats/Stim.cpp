@@ -1,0 +1,4 @@
+// Stim: not built yet.
+#include "FormatStepsList.h"
+
+const FormatSteps stimSteps{};
