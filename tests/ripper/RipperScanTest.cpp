@@ -226,7 +226,7 @@ TEST(Scan, FilesFullOfSignaturesNeitherCrashNorHang) {
     for (const Bytes& pattern : patterns)
         for (std::size_t shift = 0; shift < 3; ++shift) {
             Bytes file(shift, 0x55);
-            while (file.size() < 256 * 1024)
+            while (file.size() < 64 * 1024)
                 file.insert(file.end(), pattern.begin(), pattern.end());
             ripToModule(file);
         }
