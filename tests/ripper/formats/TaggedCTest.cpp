@@ -1,6 +1,6 @@
-// STIM (Slamtilt) and Fuchs Tracker: real music packed by the test packers comes back as its
-// music; cut modules and files full of packed headers neither convert garbage nor read outside
-// the input.
+// STIM (Slamtilt), Fuchs Tracker and Sound FX 1.3: real music packed by the test packers comes back
+// as its music; cut modules and files full of packed headers neither convert garbage nor read
+// outside the input.
 #include "RipTestSupport.h"
 #include "packers/TaggedCPacker.h"
 
@@ -8,7 +8,8 @@
 
 namespace {
 const Packer kPackers[] = {{"STIM", packStim, expectedFromStim},
-                           {"Fuchs Tracker", packFuchsTracker, expectedFromFuchsTracker}};
+                           {"Fuchs Tracker", packFuchsTracker, expectedFromFuchsTracker},
+                           {"Sound FX 1.3", packSoundFx13, expectedFromSoundFx13}};
 
 ProTrackerModule firstMediaModule() {
     const auto modules = mediaModules();
@@ -29,7 +30,7 @@ TEST(TaggedC, PackedRealModulesComeBackAsTheirMusic) {
     expectRoundTrips(kPackers);
 }
 
-// Both formats end with sample data whose size the header promises.
+// All three end with sample data whose size the header promises.
 TEST(TaggedC, ATruncatedModuleIsRejected) {
     const ProTrackerModule module = firstMediaModule();
     for (const Packer& packer : kPackers) {

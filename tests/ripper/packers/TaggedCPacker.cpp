@@ -170,3 +170,108 @@ Bytes expectedFromFuchsTracker(const ProTrackerModule& module) {
                                   module.patterns.begin() + highestOrder(header) + 1);
     return assemble(header, patterns, samples, "  Fuchs Tracker   ");
 }
+
+namespace {
+constexpr unsigned kSoundFxSamples = 15;
+constexpr std::size_t kSoundFxPatterns = 664;
+
+// A ProTracker cell as Sound FX 1.3 stores it (4 bytes), and the cell it comes back as.
+struct SoundFxCell {
+    std::array<std::uint8_t, 4> packed{};
+    Cell back;
+};
+
+SoundFxCell soundFxCell(const ProTrackerModule& module, const Cell& cell) {
+    SoundFxCell out;
+    out.back = {cell.sample, cell.period, 0, 0};
+    const auto store = [&](unsigned effect, unsigned parameter) {
+        out.packed = {static_cast<std::uint8_t>((cell.sample & 0xF0) | cell.period >> 8),
+                      static_cast<std::uint8_t>(cell.period),
+                      static_cast<std::uint8_t>((cell.sample & 0x0F) << 4 | effect),
+                      static_cast<std::uint8_t>(parameter)};
+    };
+    const bool knownSample = cell.sample >= 1 && cell.sample <= kSoundFxSamples;
+    const unsigned p = cell.parameter;
+    if (cell.effect == 0) {
+        store(p != 0 ? 1 : 0, p);
+        out.back.parameter = p;
+    } else if ((cell.effect == 1 || cell.effect == 2) && p >= 1 && p <= 15) {
+        store(2, cell.effect == 1 ? p << 4 : p);
+        out.back.effect = cell.effect;
+        out.back.parameter = p;
+    } else if (cell.effect == 0xE && p <= 1) {
+        store(3 + p, 0);
+        out.back.effect = 0xE;
+        out.back.parameter = p;
+    } else if (cell.effect == 0xC && knownSample) {
+        const unsigned volume = module.header[20 + 30 * (cell.sample - 1) + 25];
+        store(p >= volume ? 5 : 6, p >= volume ? p - volume : volume - p);
+        out.back.effect = 0xC;
+        out.back.parameter = std::min(p, 64u);
+    } else if (cell.effect == 0xD && cell.sample == 0 && cell.period == 0) {
+        out.packed = {0xFF, 0xFD, 0, 0};
+        out.back.effect = 0xD;
+    } else {
+        // Volume steps without a sample and effects Sound FX cannot hold are dropped.
+        store(cell.effect == 0xC ? 5 : 7, p);
+    }
+    return out;
+}
+} // namespace
+
+Bytes packSoundFx13(const ProTrackerModule& module) {
+    const unsigned patterns = songPatternCount(module);
+    Bytes out(kSoundFxPatterns);
+    const auto offsets = sampleOffsets(module);
+    Bytes samples;
+    for (unsigned i = 0; i < kSoundFxSamples; ++i) {
+        const std::uint8_t* record = &module.header[20 + 30 * i + 22];
+        const unsigned words = get16(record);
+        put32(out, 4 * i, words * 2);
+        put16(out, 80 + 30 * i + 22, words);
+        put16(out, 80 + 30 * i + 24, record[3]);
+        put16(out, 80 + 30 * i + 26, get16(record + 4) * 2);
+        put16(out, 80 + 30 * i + 28, get16(record + 6));
+        const auto data = module.sampleData.begin() + std::ptrdiff_t(offsets[i]);
+        samples.insert(samples.end(), data, data + words * 2);
+    }
+    std::memcpy(out.data() + 60, "SONG", 4);
+    put16(out, 64, 14187);
+    out[530] = static_cast<std::uint8_t>(module.songLength());
+    std::copy_n(module.header.begin() + 952, module.songLength(), out.begin() + 532);
+    for (unsigned p = 0; p < patterns; ++p)
+        for (int row = 0; row < 64; ++row)
+            for (int channel = 0; channel < 4; ++channel) {
+                const auto cell = soundFxCell(module, readCell(module.patterns[p], row, channel));
+                out.insert(out.end(), cell.packed.begin(), cell.packed.end());
+            }
+    out.insert(out.end(), samples.begin(), samples.end());
+    return out;
+}
+
+Bytes expectedFromSoundFx13(const ProTrackerModule& module) {
+    auto header = songHeader(module, module.songLength());
+    Bytes samples;
+    const auto offsets = sampleOffsets(module);
+    for (unsigned i = 0; i < 31; ++i) {
+        std::uint8_t* record = &header[20 + 30 * i + 22];
+        if (i < kSoundFxSamples) {
+            record[2] = 0;
+            if (get16(record + 6) == 0)
+                record[7] = 1;
+            const auto data = module.sampleData.begin() + std::ptrdiff_t(offsets[i]);
+            samples.insert(samples.end(), data, data + get16(record) * 2);
+        } else {
+            std::fill_n(record, 8, 0);
+            record[7] = 1;
+        }
+    }
+    std::vector<Pattern> patterns(module.patterns.begin(),
+                                  module.patterns.begin() + highestOrder(header) + 1);
+    for (Pattern& pattern : patterns)
+        for (int row = 0; row < 64; ++row)
+            for (int channel = 0; channel < 4; ++channel)
+                writeCell(pattern, row, channel,
+                          soundFxCell(module, readCell(pattern, row, channel)).back);
+    return assemble(header, patterns, samples, "     Sound FX     ");
+}
