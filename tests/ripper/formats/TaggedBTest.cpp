@@ -1,0 +1,62 @@
+// FC-M, Hornet and SKYT: real music packed by the test packers comes back as its music; cut
+// modules and files full of packed headers neither convert wrongly nor read outside the input.
+#include "RipTestSupport.h"
+#include "packers/TaggedBPacker.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+const Packer kPackers[] = {{"FC-M", packFcm, expectedFromFcm},
+                           {"Hornet", packHornet, expectedFromHornet},
+                           {"SKYT", packSkyt, expectedFromSkyt}};
+
+ProTrackerModule firstMediaModule() {
+    const auto modules = mediaModules();
+    if (modules.empty())
+        throw std::runtime_error("no modules in TAMBERLO_TEST_MEDIA/mod");
+    return ProTrackerModule::parse(readFile(modules.front())).value();
+}
+
+// Rips `file` in a fresh directory; true when "-1.mod" was written.
+bool converts(const Bytes& file) {
+    TempWorkDir dir;
+    writeFile("input.bin", file);
+    EXPECT_GE(ripCaptured("input.bin").result, 0);
+    return std::filesystem::exists("-1.mod");
+}
+
+TEST(TaggedB, PackedRealModulesComeBackAsTheirMusic) {
+    expectRoundTrips(kPackers);
+}
+
+// The module ends the file, so a test that trusts its sizes reads past the input.
+TEST(TaggedB, ATruncatedModuleIsRejected) {
+    const ProTrackerModule module = firstMediaModule();
+    for (const Packer& packer : kPackers) {
+        const Bytes packed = packer.pack(module);
+        const std::size_t cuts[] = {packed.size() - 1, packed.size() - module.sampleData.size(),
+                                    1200, 290};
+        for (std::size_t cut : cuts) {
+            SCOPED_TRACE(std::string(packer.name) + " cut to " + std::to_string(cut));
+            Bytes file = filler(2000, 5);
+            file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(cut));
+            EXPECT_FALSE(converts(file));
+        }
+    }
+}
+
+// Everything before the sample data, repeated over a file: each copy's test walks its tracks
+// into the next copy, and the last copy runs into the end of the input.
+TEST(TaggedB, FilesFullOfPackedHeadersNeitherCrashNorHang) {
+    const ProTrackerModule module = firstMediaModule();
+    for (const Packer& packer : kPackers) {
+        SCOPED_TRACE(packer.name);
+        const Bytes packed = packer.pack(module);
+        const Bytes header(packed.begin(), packed.end() - std::ptrdiff_t(module.sampleData.size()));
+        Bytes file;
+        while (file.size() < 512 * 1024)
+            file.insert(file.end(), header.begin(), header.end());
+        converts(file);
+    }
+}
+} // namespace
