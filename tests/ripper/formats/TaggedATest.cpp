@@ -1,0 +1,82 @@
+// KRIS Tracker, Kefrens Sound Machine and Fuzzac: real music packed by the test packers comes
+// back as its music; KRIS transposes move notes along the period table; cut or repeated packed
+// data neither converts nor reads outside the input.
+#include "RipTestSupport.h"
+#include "packers/TaggedAPacker.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace {
+const Packer kPackers[] = {
+    {"KRIS Tracker", packKrisTracker, expectedFromKrisTracker},
+    {"Kefrens Sound Machine", packKefrensSoundMachine, expectedFromKefrensSoundMachine},
+    {"Fuzzac", packFuzzac, expectedFromFuzzac}};
+
+ProTrackerModule firstMediaModule() {
+    const auto modules = mediaModules();
+    if (modules.empty())
+        throw std::runtime_error("no modules in TAMBERLO_TEST_MEDIA/mod");
+    return ProTrackerModule::parse(readFile(modules.front())).value();
+}
+
+// Rips `file` in a fresh directory; the converted module, empty when none was written.
+Bytes converted(const Bytes& file) {
+    TempWorkDir dir;
+    writeFile("input.bin", file);
+    EXPECT_GE(ripCaptured("input.bin").result, 0);
+    return std::filesystem::exists("-1.mod") ? readFile("-1.mod") : Bytes{};
+}
+
+TEST(TaggedA, PackedRealModulesComeBackAsTheirMusic) {
+    expectRoundTrips(kPackers);
+}
+
+TEST(TaggedA, KrisTransposeShiftsNotesAndClampsAtTheTableEnds) {
+    ProTrackerModule module = ProTrackerModule::blank(1);
+    module.setSample(0, 16, 0, 64, 0, 1);
+    writeCell(module.patterns[0], 0, 0, Cell{1, periodOfNote(13), 0, 0});
+    const struct {
+        std::int8_t transpose;
+        unsigned note;
+    } cases[] = {{0, 13}, {5, 18}, {-12, 1}, {-40, 1}, {30, 36}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(int(c.transpose));
+        Bytes packed = packKrisTracker(module);
+        packed[959] = static_cast<std::uint8_t>(c.transpose); // position 0, channel 1
+        const Bytes mod = converted(packed);
+        ASSERT_GE(mod.size(), 1088u);
+        EXPECT_EQ(get16(&mod[1084]) & 0x0FFF, periodOfNote(c.note));
+    }
+}
+
+// The module ends the file, so a test that trusts its sizes reads past the input.
+TEST(TaggedA, ATruncatedModuleIsRejected) {
+    const ProTrackerModule module = firstMediaModule();
+    for (const Packer& packer : kPackers) {
+        const Bytes packed = packer.pack(module);
+        for (std::size_t cut : {packed.size() - 1, std::size_t{2000}, std::size_t{1000}}) {
+            SCOPED_TRACE(std::string(packer.name) + " cut to " + std::to_string(cut));
+            Bytes file = filler(2000, 5);
+            file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(cut));
+            EXPECT_TRUE(converted(file).empty());
+        }
+    }
+}
+
+// Everything before the sample data, repeated over a file: each copy's test walks its tracks
+// into the next copy, and the last copy runs into the end of the input.
+TEST(TaggedA, FilesFullOfPackedHeadersNeitherCrashNorHang) {
+    const ProTrackerModule module = firstMediaModule();
+    for (const Packer& packer : kPackers) {
+        SCOPED_TRACE(packer.name);
+        const Bytes packed = packer.pack(module);
+        const std::size_t samples = std::min(packed.size() / 2, module.sampleData.size());
+        const Bytes header(packed.begin(), packed.end() - std::ptrdiff_t(samples));
+        Bytes file;
+        while (file.size() < 512 * 1024)
+            file.insert(file.end(), header.begin(), header.end());
+        converted(file);
+    }
+}
+} // namespace
