@@ -34,12 +34,13 @@ constexpr std::uint32_t kPatternBase = 12;
 constexpr std::uint32_t kHeaderSize = kPatternTable + 64 * 4;
 constexpr std::uint32_t kRecordSize = 8;
 
-// Scratch slots: 0 module size.
+// Input index of sample `sample`'s record.
 std::uint64_t sampleRecord(const RipState& st, std::uint64_t s, unsigned sample) {
     const std::uint64_t table = s + be32OrZero(st, s + 4);
     return table + be32OrZero(st, table + 4 * sample);
 }
 
+// Scratch slots: 0 module size.
 int testStim(RipState& st) {
     const std::uint64_t s = st.position;
     if (!fits(st, s, kHeaderSize))
