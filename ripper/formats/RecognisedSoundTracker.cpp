@@ -6,7 +6,9 @@
 // 600 patterns of 1024 bytes (64 rows x 4 channels x 4-byte cells), then the sample data.
 //
 // The test runs at the zero byte of sample 1 (s + 44): the title's first byte can be anything,
-// this byte is always at most 0x40. Its gates are the same zero byte of samples 2 and 3.
+// this byte is always at most 0x40. Its gates are the same zero byte of samples 2 and 3. A
+// module with an empty title and an empty first sample behind zero bytes can be entered by the
+// scan's zero-run skip past that byte; such a module is not recognised.
 // Decisions taken from real modules: the order entries behind the song length may hold junk
 // (up to 127), and the pattern count is the highest entry within the song length plus one,
 // or the highest of all 128 entries plus one when the input holds that many patterns (some
