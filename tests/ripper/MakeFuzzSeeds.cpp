@@ -7,6 +7,9 @@
 #include "packers/ProPackerPacker.h"
 #include "packers/ProRunnerPacker.h"
 #include "packers/PromizerPacker.h"
+#include "packers/TaggedAPacker.h"
+#include "packers/TaggedBPacker.h"
+#include "packers/TaggedCPacker.h"
 #include "packers/ThePlayer4xPacker.h"
 #include "packers/ThePlayer6xPacker.h"
 #include "packers/TrackerPackerPacker.h"
@@ -54,6 +57,15 @@ int main(int argc, char** argv) {
         packTrackerPacker1(module),
         packTrackerPacker2(module),
         packTrackerPacker3(module),
+        packKrisTracker(module),
+        packKefrensSoundMachine(module),
+        packFuzzac(module),
+        packFcm(module),
+        packHornet(module),
+        packSkyt(module),
+        packStim(module),
+        packFuchsTracker(module),
+        packSoundFx13(module),
     };
     const std::filesystem::path dir = argv[1];
     std::filesystem::create_directories(dir);
