@@ -38,7 +38,7 @@ struct CandidateRules {
     static Splat splat(std::uint8_t byte);
     // Byte ranges (first, last - first) holding every byte other than 0 that starts a pair, and
     // ranges holding every byte that follows one of them. Zero bytes are always candidates.
-    static constexpr std::size_t kRanges = 5;
+    static constexpr std::size_t kRanges = 6;
     struct Ranges {
         std::array<Splat, kRanges> firsts{}, spans{};
     };
