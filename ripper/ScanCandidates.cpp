@@ -177,24 +177,49 @@ __attribute__((target("avx2"))) inline __m256i in32(__m256i bytes,
     return any;
 }
 
-// The same for 32 positions at once.
-__attribute__((target("avx2"))) ChunkBits chunkBits32(const CandidateRules& rules,
-                                                      const std::uint8_t* p) {
-    const __m256i bytes = load32(p);
-    const __m256i maybe = _mm256_or_si256(
-        _mm256_cmpeq_epi8(bytes, _mm256_setzero_si256()),
-        _mm256_and_si256(in32(bytes, rules.starts), in32(load32(p + 1), rules.follows)));
-    __m256i gates = _mm256_setzero_si256();
-    for (const auto& gate : rules.gates) {
-        const __m256i a = _mm256_cmpeq_epi8(
-            _mm256_and_si256(load32(p + gate.a.offset), splat32(gate.maskA)), splat32(gate.valueA));
-        const __m256i b = _mm256_cmpeq_epi8(
-            _mm256_and_si256(load32(p + gate.b.offset), splat32(gate.maskB)), splat32(gate.valueB));
-        gates = _mm256_or_si256(gates, _mm256_and_si256(a, b));
+// Sets bit k of bits[c] when byte 32c + k from `from` lies in one of `ranges`.
+__attribute__((target("avx2"))) void rangeBits32(std::uint32_t* bits, const std::uint8_t* from,
+                                                 std::uint32_t chunks,
+                                                 const CandidateRules::Ranges& ranges) {
+    for (std::size_t r = 0; r < CandidateRules::kRanges; ++r) {
+        const __m256i first = splat32(ranges.firsts[r]), span = splat32(ranges.spans[r]);
+        for (std::uint32_t c = 0; c < chunks; ++c) {
+            const __m256i above = _mm256_sub_epi8(load32(from + 32 * c), first);
+            bits[c] |= std::uint32_t(
+                _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_min_epu8(above, span), above)));
+        }
     }
-    const __m256i low = _mm256_cmpeq_epi8(_mm256_min_epu8(bytes, _mm256_set1_epi8(0x40)), bytes);
-    return {std::uint32_t(_mm256_movemask_epi8(maybe)),
-            std::uint32_t(_mm256_movemask_epi8(_mm256_and_si256(gates, low)))};
+}
+
+// The same for `chunks` chunks of 32 positions from p, all inside the input. Each range and
+// gate is one loop over the chunks, so its constants stay in registers across the block.
+__attribute__((target("avx2"))) void blockBits32(const CandidateRules& rules, const std::uint8_t* p,
+                                                 std::uint32_t chunks, ChunkBits* out) {
+    constexpr std::uint32_t kMaxChunks = 32;
+    std::uint32_t starts[kMaxChunks] = {}, follows[kMaxChunks] = {}, gates[kMaxChunks] = {};
+    rangeBits32(starts, p, chunks, rules.starts);
+    rangeBits32(follows, p + 1, chunks, rules.follows);
+    for (const auto& gate : rules.gates) {
+        const __m256i maskA = splat32(gate.maskA), valueA = splat32(gate.valueA);
+        const __m256i maskB = splat32(gate.maskB), valueB = splat32(gate.valueB);
+        const std::uint8_t* a = p + gate.a.offset;
+        const std::uint8_t* b = p + gate.b.offset;
+        for (std::uint32_t c = 0; c < chunks; ++c) {
+            const __m256i holdsA =
+                _mm256_cmpeq_epi8(_mm256_and_si256(load32(a + 32 * c), maskA), valueA);
+            const __m256i holdsB =
+                _mm256_cmpeq_epi8(_mm256_and_si256(load32(b + 32 * c), maskB), valueB);
+            gates[c] |= std::uint32_t(_mm256_movemask_epi8(_mm256_and_si256(holdsA, holdsB)));
+        }
+    }
+    const __m256i zero = _mm256_setzero_si256(), lowest = _mm256_set1_epi8(0x40);
+    for (std::uint32_t c = 0; c < chunks; ++c) {
+        const __m256i bytes = load32(p + 32 * c);
+        const auto zeros = std::uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(bytes, zero)));
+        const auto low = std::uint32_t(
+            _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_min_epu8(bytes, lowest), bytes)));
+        out[c] = {zeros | (starts[c] & follows[c]), gates[c] & low};
+    }
 }
 
 bool hasAvx2() {
@@ -216,15 +241,23 @@ void CandidateFinder::markBlock(std::uint32_t start) {
     }
     // Chunks of 32 positions (two of sixteen without AVX2); the bytes read for positions past
     // the block still lie inside the input, as the scan stops 64 bytes before its end.
-    for (std::uint32_t chunk = 0; 32 * chunk < blockLength_; ++chunk) {
+    const std::uint32_t chunks = (blockLength_ + 31) / 32;
+    std::array<ChunkBits, Block / 32> blockBits;
+    bool blockDone = false;
+#if defined(TAMBERLO_SCAN_AVX2)
+    const std::int64_t last = std::int64_t(start) + 32 * chunks - 1;
+    if (std::int64_t(start) + lowest >= 0 && last + highest < std::int64_t(size_) && hasAvx2()) {
+        blockBits32(rules_, input_ + start, chunks, blockBits.data());
+        blockDone = true;
+    }
+#endif
+    for (std::uint32_t chunk = 0; chunk < chunks; ++chunk) {
         const std::int64_t at = std::int64_t(start) + 32 * chunk;
         ChunkBits bits;
         const bool inside = at + lowest >= 0 && at + 31 + highest < std::int64_t(size_);
-#if defined(TAMBERLO_SCAN_AVX2)
-        if (inside && hasAvx2())
-            bits = chunkBits32(rules_, input_ + at);
+        if (blockDone)
+            bits = blockBits[chunk];
         else
-#endif
 #if defined(TAMBERLO_SCAN_SSE2)
             if (inside) {
             const ChunkBits low = chunkBits(rules_, input_ + at);
