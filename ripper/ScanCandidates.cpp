@@ -166,17 +166,6 @@ __attribute__((target("avx2"))) inline __m256i splat32(const CandidateRules::Spl
         _mm_load_si128(reinterpret_cast<const __m128i*>(splat.bytes)));
 }
 
-__attribute__((target("avx2"))) inline __m256i in32(__m256i bytes,
-                                                    const CandidateRules::Ranges& ranges) {
-    __m256i any = _mm256_setzero_si256();
-    for (std::size_t r = 0; r < CandidateRules::kRanges; ++r) {
-        const __m256i above = _mm256_sub_epi8(bytes, splat32(ranges.firsts[r]));
-        any = _mm256_or_si256(
-            any, _mm256_cmpeq_epi8(_mm256_min_epu8(above, splat32(ranges.spans[r])), above));
-    }
-    return any;
-}
-
 // Sets bit k of bits[c] when byte 32c + k from `from` lies in one of `ranges`.
 __attribute__((target("avx2"))) void rangeBits32(std::uint32_t* bits, const std::uint8_t* from,
                                                  std::uint32_t chunks,
