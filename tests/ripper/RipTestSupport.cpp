@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <random>
+#include <stdexcept>
 
 TempWorkDir::TempWorkDir() : previous_(std::filesystem::current_path()) {
     std::string pattern = (std::filesystem::temp_directory_path() / "tamberlo-rip-XXXXXX").string();
@@ -47,6 +48,23 @@ RipRun ripCaptured(const std::string& path, int argumentCount) {
     const int result = ripFile(argumentCount, path.c_str());
     std::fflush(stdout);
     return {result, testing::internal::GetCapturedStdout()};
+}
+
+Bytes ripToModule(const Bytes& file, std::string* console) {
+    TempWorkDir dir;
+    writeFile("input.bin", file);
+    const RipRun run = ripCaptured("input.bin");
+    EXPECT_GE(run.result, 0);
+    if (console)
+        *console = run.console;
+    return std::filesystem::exists("-1.mod") ? readFile("-1.mod") : Bytes{};
+}
+
+ProTrackerModule firstMediaModule() {
+    const auto modules = mediaModules();
+    if (modules.empty())
+        throw std::runtime_error("no modules in TAMBERLO_TEST_MEDIA/mod");
+    return ProTrackerModule::parse(readFile(modules.front())).value();
 }
 
 std::vector<std::filesystem::path> mediaModules() {

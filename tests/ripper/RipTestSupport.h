@@ -38,8 +38,14 @@ struct RipRun {
 // Runs ripFile(2, path) in this process and captures its standard output.
 RipRun ripCaptured(const std::string& path, int argumentCount = 2);
 
+// Rips `file` in a fresh directory: "-1.mod" (empty when none was written); the console text
+// goes to `console` when given.
+Bytes ripToModule(const Bytes& file, std::string* console = nullptr);
+
 // The ProTracker modules of the test media (TAMBERLO_TEST_MEDIA/mod/*.mod), sorted.
 std::vector<std::filesystem::path> mediaModules();
+// The first 31-sample module of the test media (throws when there is none).
+ProTrackerModule firstMediaModule();
 // `packed` between deterministic filler bytes, so the scan has to find it.
 Bytes hideInside(const Bytes& packed, unsigned seed);
 

@@ -33,17 +33,6 @@ Bytes embed(const Bytes& packed, std::size_t before = 3000, std::size_t after = 
     return file;
 }
 
-// Rips `file` in a fresh directory; returns "-1.mod" (empty when none was written).
-Bytes ripToModule(const Bytes& file, std::string* console = nullptr) {
-    TempWorkDir dir;
-    writeFile("input.bin", file);
-    const RipRun run = ripCaptured("input.bin");
-    EXPECT_GE(run.result, 0);
-    if (console)
-        *console = run.console;
-    return std::filesystem::exists("-1.mod") ? readFile("-1.mod") : Bytes{};
-}
-
 Cell outputCell(const Bytes& mod, int pattern, int row, int channel) {
     Pattern p;
     std::copy_n(mod.begin() + 1084 + 1024 * pattern, 1024, p.begin());

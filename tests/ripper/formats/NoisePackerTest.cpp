@@ -25,14 +25,6 @@ ProTrackerModule moduleWithLoopStart() {
     throw std::runtime_error("no module with a loop start in TAMBERLO_TEST_MEDIA/mod");
 }
 
-// Rips `file` in a fresh directory: what "-1.mod" holds, empty when nothing was written.
-Bytes ripped(const Bytes& file) {
-    TempWorkDir dir;
-    writeFile("input.bin", file);
-    EXPECT_GE(ripCaptured("input.bin").result, 0);
-    return std::filesystem::exists("-1.mod") ? readFile("-1.mod") : Bytes{};
-}
-
 TEST(NoisePacker, PackedRealModulesComeBackAsTheirMusic) {
     expectRoundTrips(kPackers);
 }
@@ -49,13 +41,13 @@ TEST(NoisePacker, ACutModuleIsRefusedOrReadAsZerosPastTheInput) {
         const auto samples = std::ptrdiff_t(module.sampleData.size());
         Bytes file = before;
         file.insert(file.end(), packed.begin(), packed.end() - samples - 1);
-        EXPECT_TRUE(ripped(file).empty());
+        EXPECT_TRUE(ripToModule(file).empty());
 
         file = before;
         file.insert(file.end(), packed.begin(), packed.end() - 1);
         Bytes zeroEnded = expected;
         zeroEnded.back() = 0;
-        EXPECT_TRUE(ripped(file) == zeroEnded);
+        EXPECT_TRUE(ripToModule(file) == zeroEnded);
     }
 }
 
@@ -70,7 +62,7 @@ TEST(NoisePacker, FilesFullOfPackedHeadersNeitherCrashNorHang) {
         Bytes file;
         while (file.size() < 512 * 1024)
             file.insert(file.end(), header.begin(), header.end());
-        ripped(file);
+        ripToModule(file);
     }
 }
 } // namespace

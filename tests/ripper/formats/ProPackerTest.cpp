@@ -30,14 +30,6 @@ ProTrackerModule twoPatterns() {
     return module;
 }
 
-// "-1.mod" after ripping `file` in a fresh directory; empty when none was written.
-Bytes ripped(const Bytes& file) {
-    TempWorkDir dir;
-    writeFile("input.bin", file);
-    EXPECT_GE(ripCaptured("input.bin").result, 0);
-    return std::filesystem::exists("-1.mod") ? readFile("-1.mod") : Bytes{};
-}
-
 TEST(ProPacker, PackedRealModulesComeBackAsTheirMusic) {
     expectRoundTrips(kPackers);
 }
@@ -51,7 +43,7 @@ TEST(ProPacker, ModulesEndingInZeroSampleRecordsAreFound) {
             module.setSample(i, 2, 0, 64, 0, 1);
         for (const Packer& packer : kPackers) {
             SCOPED_TRACE(std::string(packer.name) + " with samples " + std::to_string(usedSamples));
-            EXPECT_EQ(ripped(hideInside(packer.pack(module), 5)), packer.expected(module));
+            EXPECT_EQ(ripToModule(hideInside(packer.pack(module), 5)), packer.expected(module));
         }
     }
 }
@@ -71,7 +63,7 @@ TEST(ProPacker, TruncatedModuleIsRefused) {
             SCOPED_TRACE(std::string(packer.name) + " cut in the " + cut.what);
             Bytes file = filler(1000, 7);
             file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(cut.size));
-            EXPECT_TRUE(ripped(file).empty());
+            EXPECT_TRUE(ripToModule(file).empty());
         }
     }
 }
@@ -84,7 +76,7 @@ TEST(ProPacker, HeadersAtEveryOffsetEndTheScan) {
             Bytes file;
             while (file.size() < 300000)
                 file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(unit));
-            ripped(file);
+            ripToModule(file);
         }
     }
 }

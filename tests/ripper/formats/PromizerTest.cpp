@@ -37,13 +37,6 @@ ProTrackerModule twoPatterns() {
     return module;
 }
 
-Bytes ripped(const Bytes& file) {
-    TempWorkDir dir;
-    writeFile("input.bin", file);
-    EXPECT_GE(ripCaptured("input.bin").result, 0);
-    return std::filesystem::exists("-1.mod") ? readFile("-1.mod") : Bytes{};
-}
-
 TEST(Promizer, PackedRealModulesComeBackAsTheirMusic) {
     expectRoundTrips(kPackers);
 }
@@ -51,7 +44,7 @@ TEST(Promizer, PackedRealModulesComeBackAsTheirMusic) {
 TEST(Promizer, FileOfSeveralSongsGivesTheFirst) {
     const ProTrackerModule module = twoPatterns();
     for (const V version : {V::V10c, V::V18a})
-        EXPECT_EQ(ripped(hideInside(packPromizer(module, version, 3), 4)),
+        EXPECT_EQ(ripToModule(hideInside(packPromizer(module, version, 3), 4)),
                   expectedFromPromizer(module, version));
 }
 
@@ -71,7 +64,7 @@ TEST(Promizer, TruncatedModuleIsRefused) {
             SCOPED_TRACE(std::string(packer.name) + " cut in the " + cut.what);
             Bytes file = filler(1000, 7);
             file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(cut.size));
-            EXPECT_TRUE(ripped(file).empty());
+            EXPECT_TRUE(ripToModule(file).empty());
         }
     }
 }
@@ -85,7 +78,7 @@ TEST(Promizer, HeadersAtEveryOffsetEndTheScan) {
             Bytes file;
             while (file.size() < 300000)
                 file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(unit));
-            ripped(file);
+            ripToModule(file);
         }
     }
 }

@@ -203,14 +203,6 @@ Bytes samplesWithHiddenModule() {
     return samples;
 }
 
-// Rips `file` in a fresh directory; returns "-1.mod" (empty when none was written).
-Bytes ripToModule(const Bytes& file) {
-    TempWorkDir dir;
-    writeFile("input.bin", file);
-    EXPECT_GE(ripCaptured("input.bin").result, 0);
-    return std::filesystem::exists("-1.mod") ? readFile("-1.mod") : Bytes{};
-}
-
 Bytes between(const Bytes& middle, const Bytes& tail = {}) {
     Bytes file = filler(3001, 7);
     file.insert(file.end(), middle.begin(), middle.end());

@@ -25,14 +25,6 @@ ProTrackerModule twoNotes() {
     return module;
 }
 
-// "-1.mod" after ripping `file` in a fresh directory; empty when none was written.
-Bytes ripped(const Bytes& file) {
-    TempWorkDir dir;
-    writeFile("input.bin", file);
-    EXPECT_GE(ripCaptured("input.bin").result, 0);
-    return std::filesystem::exists("-1.mod") ? readFile("-1.mod") : Bytes{};
-}
-
 unsigned be32At(const Bytes& bytes, std::size_t at) {
     return unsigned(get16(&bytes[at])) << 16 | get16(&bytes[at + 2]);
 }
@@ -55,7 +47,7 @@ TEST(ThePlayer4x, TruncatedModuleIsRefused) {
             SCOPED_TRACE(std::string(packer.name) + " cut in the " + cut.what);
             Bytes file(packed.begin(), packed.begin() + std::ptrdiff_t(cut.size));
             file.resize(std::max<std::size_t>(file.size(), 65)); // the scan needs 65 bytes
-            EXPECT_TRUE(ripped(file).empty());
+            EXPECT_TRUE(ripToModule(file).empty());
         }
     }
 }
@@ -68,7 +60,7 @@ TEST(ThePlayer4x, TagsAndHeadersAtEveryOffsetEndTheScan) {
             Bytes file;
             while (file.size() < 200000)
                 file.insert(file.end(), header.begin(), header.begin() + std::ptrdiff_t(unit));
-            EXPECT_TRUE(ripped(file).empty());
+            EXPECT_TRUE(ripToModule(file).empty());
         }
     }
 }
@@ -86,6 +78,6 @@ TEST(ThePlayer4x, TrackShorterThan64RowsStopsAtTheSampleData) {
     std::copy(module.sampleData.begin(), module.sampleData.end(),
               packed.end() - std::ptrdiff_t(module.sampleData.size()));
     writeCell(module.patterns[0], 32, 3, {});
-    EXPECT_EQ(ripped(hideInside(packed, 7)), expectedFromThePlayer(module, V::V22A));
+    EXPECT_EQ(ripToModule(hideInside(packed, 7)), expectedFromThePlayer(module, V::V22A));
 }
 } // namespace

@@ -16,21 +16,6 @@ const Packer kPackers[] = {
 
 const std::filesystem::path kRealModules = TAMBERLO_PACKED_MODULES_DIR;
 
-ProTrackerModule firstMediaModule() {
-    const auto modules = mediaModules();
-    if (modules.empty())
-        throw std::runtime_error("no modules in TAMBERLO_TEST_MEDIA/mod");
-    return ProTrackerModule::parse(readFile(modules.front())).value();
-}
-
-// "-1.mod" after ripping `file` in a fresh directory; empty when none was written.
-Bytes ripped(const Bytes& file) {
-    TempWorkDir dir;
-    writeFile("input.bin", file);
-    EXPECT_GE(ripCaptured("input.bin").result, 0);
-    return std::filesystem::exists("-1.mod") ? readFile("-1.mod") : Bytes{};
-}
-
 TEST(TrackerPacker, PackedRealModulesComeBackAsTheirMusic) {
     expectRoundTrips(kPackers);
 }
@@ -52,7 +37,7 @@ TEST(TrackerPacker, RealV3ModulesGiveBackTheirOriginalsPatterns) {
             GTEST_SKIP() << "no packed modules at " << kRealModules;
         const auto original = ProTrackerModule::parse(
             readFile(kRealModules / "originals" / ("MOD." + std::string(name))));
-        const auto converted = ProTrackerModule::parse(ripped(readFile(packed)));
+        const auto converted = ProTrackerModule::parse(ripToModule(readFile(packed)));
         ASSERT_TRUE(original && converted);
         ASSERT_EQ(converted->songLength(), original->songLength());
         int differences = 0;
@@ -84,7 +69,7 @@ TEST(TrackerPacker, ATruncatedModuleIsRejected) {
             SCOPED_TRACE(std::string(packer.name) + " cut to " + std::to_string(cut));
             Bytes file = filler(2000, 5);
             file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(cut));
-            EXPECT_TRUE(ripped(file).empty());
+            EXPECT_TRUE(ripToModule(file).empty());
         }
     }
 }
@@ -106,7 +91,7 @@ TEST(TrackerPacker, FilesFullOfTagsAndHeadersNeitherCrashNorHang) {
         Bytes file;
         while (file.size() < 512 * 1024)
             file.insert(file.end(), unit.begin(), unit.end());
-        ripped(file);
+        ripToModule(file);
     }
 }
 } // namespace
