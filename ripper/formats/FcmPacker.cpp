@@ -12,6 +12,7 @@
 #include "../InputBytes.h"
 #include "../ModuleWriter.h"
 #include "../OutputModule.h"
+#include "../SampleRecords.h"
 #include "FormatStepsList.h"
 
 #include <algorithm>
@@ -48,16 +49,8 @@ int testFcm(RipState& st) {
     if (!tagAt(st, s + kNameTag, "NAME") || !tagAt(st, s + kInstTag, "INST") ||
         !tagAt(st, s + kLongTag, "LONG") || !tagAt(st, s + kPattTag, "PATT"))
         return 1;
-    std::int64_t sampleBytes = 0;
-    for (std::uint32_t i = 0; i < 31; ++i) {
-        const std::uint64_t record = s + kRecords + kRecordBytes * i;
-        const std::int64_t length = be16(st, record) * 2;
-        if (checkSampleDescriptor(length, be16(st, record + 4) * 2, be16(st, record + 6) * 2,
-                                  u8(st, record + 3), u8(st, record + 2)) != 0)
-            return 1;
-        sampleBytes += length;
-    }
-    if (sampleBytes == 0)
+    const std::int64_t sampleBytes = checkedRecordBytes(st, s + kRecords, kRecordBytes);
+    if (sampleBytes <= 0)
         return 1;
     const std::uint8_t songLength = u8(st, s + kSongLength);
     if (songLength == 0 || songLength > 128 || !fits(st, s + kOrderList, songLength))

@@ -14,6 +14,7 @@
 #include "../ModuleWriter.h"
 #include "../OutputModule.h"
 #include "../PeriodTable.h"
+#include "../SampleRecords.h"
 #include "FormatStepsList.h"
 
 #include <algorithm>
@@ -35,16 +36,7 @@ constexpr std::uint32_t kPatternBytes = 1024;
 
 // Sum of the sample lengths in bytes; -1 when a record is implausible.
 std::int64_t checkedSampleBytes(const RipState& st, std::uint64_t s) {
-    std::int64_t total = 0;
-    for (std::uint32_t i = 0; i < 31; ++i) {
-        const std::uint64_t record = s + kRecords + kRecordBytes * i + kNameBytes;
-        const std::int64_t length = be16(st, record) * 2;
-        if (checkSampleDescriptor(length, be16(st, record + 4) * 2, be16(st, record + 6) * 2,
-                                  u8(st, record + 3), u8(st, record + 2)) != 0)
-            return -1;
-        total += length;
-    }
-    return total;
+    return checkedRecordBytes(st, s + kRecords + kNameBytes, kRecordBytes);
 }
 
 // Doubled sample (up to 31) and note (up to 36) numbers, effect up to 15.

@@ -2,6 +2,7 @@
 // the song length and track table, then every cell the tracks can reach.
 #include "../InputBytes.h"
 #include "../OutputModule.h"
+#include "../SampleRecords.h"
 #include "ProPacker.h"
 
 #include <algorithm>
@@ -25,17 +26,9 @@ bool readHeader(const RipState& st, std::uint64_t s, Header& header) {
     for (unsigned i = 0; i < 31; ++i)
         if (u8(st, s + kRecordBytes * i + 2) > 15 || u8(st, s + kRecordBytes * i + 3) > 64)
             return false;
-    std::uint64_t sampleBytes = 0;
-    for (unsigned i = 0; i < 31; ++i) {
-        const std::uint64_t record = s + kRecordBytes * i;
-        const std::int64_t length = be16(st, record) * 2;
-        if (checkSampleDescriptor(length, be16(st, record + 4) * 2, be16(st, record + 6) * 2,
-                                  u8(st, record + 3), u8(st, record + 2)) != 0)
-            return false;
-        sampleBytes += static_cast<std::uint64_t>(length);
-    }
+    const std::int64_t sampleBytes = checkedRecordBytes(st, s, kRecordBytes);
     const unsigned songLength = u8(st, s + kSongLength);
-    if (sampleBytes == 0 || songLength == 0 || songLength > kMaxPositions)
+    if (sampleBytes <= 0 || songLength == 0 || songLength > kMaxPositions)
         return false;
     // The packer stores only tracks the table names: every number up to the highest is used.
     // This also keeps the cell checks short on repetitive data, which names few numbers.
@@ -48,7 +41,7 @@ bool readHeader(const RipState& st, std::uint64_t s, Header& header) {
     }
     if (named.count() != highestTrack + 1)
         return false;
-    header = {s, sampleBytes, highestTrack + 1};
+    header = {s, static_cast<std::uint64_t>(sampleBytes), highestTrack + 1};
     return true;
 }
 

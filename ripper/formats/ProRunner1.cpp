@@ -15,6 +15,7 @@
 #include "../ModuleWriter.h"
 #include "../OutputModule.h"
 #include "../PeriodTable.h"
+#include "../SampleRecords.h"
 #include "FormatStepsList.h"
 
 #include <algorithm>
@@ -36,16 +37,7 @@ constexpr std::uint32_t kPatternBytes = 1024;
 
 // Sum of the sample lengths in bytes; -1 when a record is implausible.
 std::int64_t checkedSampleBytes(const RipState& st, std::uint64_t s) {
-    std::int64_t total = 0;
-    for (std::uint32_t i = 0; i < 31; ++i) {
-        const std::uint64_t record = s + kRecords + kRecordBytes * i + kNameBytes;
-        const std::int64_t length = be16(st, record) * 2;
-        if (checkSampleDescriptor(length, be16(st, record + 4) * 2, be16(st, record + 6) * 2,
-                                  u8(st, record + 3), u8(st, record + 2)) != 0)
-            return -1;
-        total += length;
-    }
-    return total;
+    return checkedRecordBytes(st, s + kRecords + kNameBytes, kRecordBytes);
 }
 
 bool cellsPlausible(const RipState& st, std::uint64_t patterns, std::uint32_t count) {

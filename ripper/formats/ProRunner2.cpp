@@ -18,6 +18,7 @@
 #include "../ModuleWriter.h"
 #include "../OutputModule.h"
 #include "../PeriodTable.h"
+#include "../SampleRecords.h"
 #include "FormatStepsList.h"
 
 #include <algorithm>
@@ -39,16 +40,7 @@ constexpr std::uint8_t kEmptyCell = 0x80;
 constexpr std::uint8_t kRepeatCell = 0xC0;
 
 std::int64_t checkedSampleBytes(const RipState& st, std::uint64_t s) {
-    std::int64_t total = 0;
-    for (std::uint32_t i = 0; i < 31; ++i) {
-        const std::uint64_t record = s + kRecords + 8 * i;
-        const std::int64_t length = be16(st, record) * 2;
-        if (checkSampleDescriptor(length, be16(st, record + 4) * 2, be16(st, record + 6) * 2,
-                                  u8(st, record + 3), u8(st, record + 2)) != 0)
-            return -1;
-        total += length;
-    }
-    return total;
+    return checkedRecordBytes(st, s + kRecords, 8);
 }
 
 // Walks one pattern's cells from `cursor`; false when a cell is not one of the three kinds or

@@ -2,6 +2,7 @@
 // sample records, the song, the pattern data and its references, and the sample data.
 #include "../InputBytes.h"
 #include "../OutputModule.h"
+#include "../SampleRecords.h"
 #include "Promizer.h"
 
 #include <algorithm>
@@ -32,16 +33,8 @@ std::uint64_t sampleBytesOf(const RipState& st, std::uint64_t records) {
         if (u8(st, records + kRecordBytes * i + 2) > 15 ||
             u8(st, records + kRecordBytes * i + 3) > 64)
             return 0;
-    std::uint64_t total = 0;
-    for (unsigned i = 0; i < 31; ++i) {
-        const std::uint64_t record = records + kRecordBytes * i;
-        const std::int64_t length = be16(st, record) * 2;
-        if (checkSampleDescriptor(length, be16(st, record + 4) * 2, be16(st, record + 6) * 2,
-                                  u8(st, record + 3), u8(st, record + 2)) != 0)
-            return 0;
-        total += static_cast<std::uint64_t>(length);
-    }
-    return total;
+    return static_cast<std::uint64_t>(
+        std::max<std::int64_t>(0, checkedRecordBytes(st, records, kRecordBytes)));
 }
 
 // Whether the song length and the positions' pattern offsets fit `patternDataBytes`; the caller
