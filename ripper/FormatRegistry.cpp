@@ -63,6 +63,36 @@ struct Registry {
         add(FormatId::Med, medSteps);
         add(FormatId::DigitalMugician, digitalMugicianSteps);
         add(FormatId::SoundMonitor, soundMonitorSteps);
+        add(FormatId::PowerMusic, powerMusicSteps);
+        add(FormatId::ModuleProtector, moduleProtectorSteps);
+        add(FormatId::ModuleProtectorTagged, moduleProtectorTaggedSteps);
+        add(FormatId::WantonPacker, wantonPackerSteps);
+        add(FormatId::UnicV1ZeroTagByte, unicV1ZeroTagByteSteps);
+        add(FormatId::UnicV1Tagged, unicV1TaggedSteps);
+        add(FormatId::UnicV1MK, unicV1MKSteps);
+        add(FormatId::UnicV1Tag, unicV1TagSteps);
+        add(FormatId::UnicV2, unicV2Steps);
+        add(FormatId::DigitalIllusion, digitalIllusionSteps);
+        add(FormatId::Eureka, eurekaSteps);
+        add(FormatId::ZenPacker, zenPackerSteps);
+        add(FormatId::StarTrekkerPacker, starTrekkerPackerSteps);
+        add(FormatId::XannPacker, xannPackerSteps);
+        add(FormatId::PhaPacker, phaPackerSteps);
+        add(FormatId::GameMusicCreator, gameMusicCreatorSteps);
+        add(FormatId::TheDarkDemon, theDarkDemonSteps);
+        add(FormatId::TitanicsPlayer, titanicsPlayerSteps);
+        add(FormatId::Newtron, newtronSteps);
+        add(FormatId::NewtronOld, newtronOldSteps);
+        add(FormatId::Heatseeker, heatseekerSteps);
+        add(FormatId::PolkaPacker, polkaPackerSteps);
+        add(FormatId::QuadraComposer, quadraComposerSteps);
+        add(FormatId::IceTracker, iceTrackerSteps);
+        add(FormatId::Tmk, tmkSteps);
+        add(FormatId::NoiseFromHeaven, noiseFromHeavenSteps);
+        add(FormatId::StoneArtsPlayer, stoneArtsPlayerSteps);
+        add(FormatId::GnuPlayer, gnuPlayerSteps);
+        add(FormatId::Gpmo, gpmoSteps);
+        add(FormatId::AmosBank, amosBankSteps);
     }
 };
 } // namespace

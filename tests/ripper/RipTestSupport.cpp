@@ -111,3 +111,33 @@ void expectRoundTrips(std::span<const Packer> packers, int minimum) {
     }
     EXPECT_GE(converted, minimum) << "too few modules in TAMBERLO_TEST_MEDIA/mod";
 }
+
+void expectCutModulesRefused(std::span<const Packer> packers) {
+    const ProTrackerModule module = firstMediaModule();
+    for (const Packer& packer : packers) {
+        const Bytes packed = packer.pack(module);
+        const std::size_t withoutSamples =
+            packed.size() - std::min(packed.size() / 2, module.sampleData.size());
+        for (std::size_t cut :
+             {packed.size() - 1, withoutSamples, withoutSamples / 2, std::size_t{290}}) {
+            SCOPED_TRACE(std::string(packer.name) + " cut to " + std::to_string(cut));
+            Bytes file = filler(2000, 5);
+            file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(cut));
+            EXPECT_TRUE(ripToModule(file).empty());
+        }
+    }
+}
+
+void expectHeaderFloodsAreSafe(std::span<const Packer> packers) {
+    const ProTrackerModule module = firstMediaModule();
+    for (const Packer& packer : packers) {
+        SCOPED_TRACE(packer.name);
+        const Bytes packed = packer.pack(module);
+        const std::size_t samples = std::min(packed.size() / 2, module.sampleData.size());
+        const Bytes header(packed.begin(), packed.end() - std::ptrdiff_t(samples));
+        Bytes file;
+        while (file.size() < 512 * 1024)
+            file.insert(file.end(), header.begin(), header.end());
+        ripToModule(file);
+    }
+}

@@ -58,3 +58,11 @@ struct Packer {
 // Packs every 31-sample module of the test media with each packer, hides it inside other bytes,
 // rips it and expects exactly the packer's expected module; at least `minimum` conversions.
 void expectRoundTrips(std::span<const Packer> packers, int minimum = 20);
+// Cuts each packer's module (of the first media module) short at a few points inside it, with
+// the cut ending the file: no test may trust its sizes and read past the input, and none of the
+// cut modules converts.
+void expectCutModulesRefused(std::span<const Packer> packers);
+// Everything of each packed module before its sample data, repeated over half a megabyte: each
+// copy's test walks into the next and the last runs into the end of the input. Must neither
+// crash nor hang; what is converted is not checked.
+void expectHeaderFloodsAreSafe(std::span<const Packer> packers);

@@ -1,0 +1,4 @@
+// Not built yet: the scan keeps the format's place and it rejects.
+#include "FormatStepsList.h"
+
+const FormatSteps phaPackerSteps{};
