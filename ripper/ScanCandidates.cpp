@@ -1,19 +1,9 @@
 #include "ScanCandidates.h"
+#include "ScanSimd.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
-
-#if defined(__SSE2__) || defined(_M_X64) || (defined(_M_IX86_FP) && _M_IX86_FP >= 2)
-#include <emmintrin.h>
-#define TAMBERLO_SCAN_SSE2 1
-#endif
-// GCC and Clang on x86 can also build an AVX2 form, chosen at run time by the processor.
-#if defined(TAMBERLO_SCAN_SSE2) && (defined(__GNUC__) || defined(__clang__)) &&                    \
-    (defined(__x86_64__) || defined(__i386__))
-#include <immintrin.h>
-#define TAMBERLO_SCAN_AVX2 1
-#endif
 
 void CandidateRules::addPair(std::uint8_t first, int second) {
     for (unsigned next = 0; next < 256; ++next)
@@ -71,6 +61,58 @@ CandidateRules::Ranges rangesOf(const std::array<bool, 256>& set, std::size_t co
     }
     return ranges;
 }
+
+// High nibbles with the same set of low nibbles form a class; while there are more than eight
+// classes, the two whose union adds the fewest bytes are merged.
+CandidateRules::NibbleTables nibbleTablesOf(const std::array<bool, 256>& set) {
+    struct Class {
+        std::uint16_t highs = 0, lows = 0;
+    };
+    std::vector<Class> classes;
+    for (unsigned high = 0; high < 16; ++high) {
+        std::uint16_t lows = 0;
+        for (unsigned low = 0; low < 16; ++low)
+            lows |= std::uint16_t(set[high << 4 | low] << low);
+        if (lows == 0)
+            continue;
+        auto same = std::find_if(classes.begin(), classes.end(),
+                                 [&](const Class& c) { return c.lows == lows; });
+        if (same == classes.end())
+            classes.push_back({std::uint16_t(1u << high), lows});
+        else
+            same->highs |= std::uint16_t(1u << high);
+    }
+    const auto bytes = [](const Class& c) {
+        return std::popcount(c.highs) * std::popcount(c.lows);
+    };
+    while (classes.size() > 8) {
+        std::size_t bestA = 0, bestB = 1;
+        int bestCost = 1 << 30;
+        for (std::size_t a = 0; a < classes.size(); ++a)
+            for (std::size_t b = a + 1; b < classes.size(); ++b) {
+                const Class merged{std::uint16_t(classes[a].highs | classes[b].highs),
+                                   std::uint16_t(classes[a].lows | classes[b].lows)};
+                const int cost = bytes(merged) - bytes(classes[a]) - bytes(classes[b]);
+                if (cost < bestCost) {
+                    bestCost = cost;
+                    bestA = a;
+                    bestB = b;
+                }
+            }
+        classes[bestA].highs |= classes[bestB].highs;
+        classes[bestA].lows |= classes[bestB].lows;
+        classes.erase(classes.begin() + std::ptrdiff_t(bestB));
+    }
+    CandidateRules::NibbleTables tables{};
+    for (std::size_t c = 0; c < classes.size(); ++c)
+        for (unsigned nibble = 0; nibble < 16; ++nibble) {
+            if (classes[c].highs >> nibble & 1)
+                tables.high.bytes[nibble] |= std::uint8_t(1u << c);
+            if (classes[c].lows >> nibble & 1)
+                tables.low.bytes[nibble] |= std::uint8_t(1u << c);
+        }
+    return tables;
+}
 } // namespace
 
 void CandidateRules::finish() {
@@ -82,6 +124,29 @@ void CandidateRules::finish() {
         }
     starts = rangesOf(first, kRanges);
     follows = rangesOf(second, kRanges);
+    startNibbles = nibbleTablesOf(first);
+    followNibbles = nibbleTablesOf(second);
+
+    lowestOffset = highestOffset = 0;
+    for (const GatePair& pair : gates)
+        for (const ScanGate& gate : {pair.a, pair.b}) {
+            lowestOffset = std::min<int>(lowestOffset, gate.offset);
+            highestOffset = std::max<int>(highestOffset, gate.offset);
+        }
+    planeClasses.clear();
+    planePairs.clear();
+    const auto classOf = [&](const ScanGate& gate) {
+        for (std::size_t c = 0; c < planeClasses.size(); ++c)
+            if (planeClasses[c].mask.bytes[0] == gate.mask &&
+                planeClasses[c].value.bytes[0] == gate.value)
+                return std::uint16_t(c);
+        planeClasses.push_back({splat(gate.mask), splat(gate.value)});
+        return std::uint16_t(planeClasses.size() - 1);
+    };
+    for (const GatePair& pair : gates)
+        planePairs.push_back({classOf(pair.a), classOf(pair.b),
+                              std::uint16_t(pair.a.offset - lowestOffset),
+                              std::uint16_t(pair.b.offset - lowestOffset)});
 }
 
 namespace {
@@ -166,41 +231,31 @@ __attribute__((target("avx2"))) inline __m256i splat32(const CandidateRules::Spl
         _mm_load_si128(reinterpret_cast<const __m128i*>(splat.bytes)));
 }
 
-// Sets bit k of bits[c] when byte 32c + k from `from` lies in one of `ranges`.
-__attribute__((target("avx2"))) void rangeBits32(std::uint32_t* bits, const std::uint8_t* from,
-                                                 std::uint32_t chunks,
-                                                 const CandidateRules::Ranges& ranges) {
-    for (std::size_t r = 0; r < CandidateRules::kRanges; ++r) {
-        const __m256i first = splat32(ranges.firsts[r]), span = splat32(ranges.spans[r]);
-        for (std::uint32_t c = 0; c < chunks; ++c) {
-            const __m256i above = _mm256_sub_epi8(load32(from + 32 * c), first);
-            bits[c] |= std::uint32_t(
-                _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_min_epu8(above, span), above)));
-        }
+// Sets bits[c] bit k when byte 32c + k from `from` is in the set of `tables`.
+__attribute__((target("avx2"))) void nibbleBits32(std::uint32_t* bits, const std::uint8_t* from,
+                                                  std::uint32_t chunks,
+                                                  const CandidateRules::NibbleTables& tables) {
+    const __m256i low = splat32(tables.low), high = splat32(tables.high);
+    const __m256i nibble = _mm256_set1_epi8(0x0F), zero = _mm256_setzero_si256();
+    for (std::uint32_t c = 0; c < chunks; ++c) {
+        const __m256i bytes = load32(from + 32 * c);
+        const __m256i classes = _mm256_and_si256(
+            _mm256_shuffle_epi8(low, _mm256_and_si256(bytes, nibble)),
+            _mm256_shuffle_epi8(high, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble)));
+        bits[c] = ~std::uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(classes, zero)));
     }
 }
 
 // The same for `chunks` chunks of 32 positions from p, all inside the input. Each range and
 // gate is one loop over the chunks, so its constants stay in registers across the block.
 __attribute__((target("avx2"))) void blockBits32(const CandidateRules& rules, const std::uint8_t* p,
-                                                 std::uint32_t chunks, ChunkBits* out) {
-    constexpr std::uint32_t kMaxChunks = 32;
-    std::uint32_t starts[kMaxChunks] = {}, follows[kMaxChunks] = {}, gates[kMaxChunks] = {};
-    rangeBits32(starts, p, chunks, rules.starts);
-    rangeBits32(follows, p + 1, chunks, rules.follows);
-    for (const auto& gate : rules.gates) {
-        const __m256i maskA = splat32(gate.maskA), valueA = splat32(gate.valueA);
-        const __m256i maskB = splat32(gate.maskB), valueB = splat32(gate.valueB);
-        const std::uint8_t* a = p + gate.a.offset;
-        const std::uint8_t* b = p + gate.b.offset;
-        for (std::uint32_t c = 0; c < chunks; ++c) {
-            const __m256i holdsA =
-                _mm256_cmpeq_epi8(_mm256_and_si256(load32(a + 32 * c), maskA), valueA);
-            const __m256i holdsB =
-                _mm256_cmpeq_epi8(_mm256_and_si256(load32(b + 32 * c), maskB), valueB);
-            gates[c] |= std::uint32_t(_mm256_movemask_epi8(_mm256_and_si256(holdsA, holdsB)));
-        }
-    }
+                                                 std::uint32_t chunks, std::uint8_t* planes,
+                                                 ChunkBits* out) {
+    constexpr std::uint32_t kMaxChunks = kBlockPositions / 32;
+    std::uint32_t starts[kMaxChunks], follows[kMaxChunks], gates[kMaxChunks];
+    nibbleBits32(starts, p, chunks, rules.startNibbles);
+    nibbleBits32(follows, p + 1, chunks, rules.followNibbles);
+    gateWordsAvx2(rules, p + rules.lowestOffset, planes, gates);
     const __m256i zero = _mm256_setzero_si256(), lowest = _mm256_set1_epi8(0x40);
     for (std::uint32_t c = 0; c < chunks; ++c) {
         const __m256i bytes = load32(p + 32 * c);
@@ -211,10 +266,6 @@ __attribute__((target("avx2"))) void blockBits32(const CandidateRules& rules, co
     }
 }
 
-bool hasAvx2() {
-    static const bool has = __builtin_cpu_supports("avx2");
-    return has;
-}
 #endif
 } // namespace
 
@@ -223,20 +274,17 @@ void CandidateFinder::markBlock(std::uint32_t start) {
     blockLength_ = std::min(Block, end_ - start);
     candidates_.fill(0);
     gateHits_.fill(0);
-    std::int64_t lowest = 0, highest = 0;
-    for (const auto& gate : rules_.gates) {
-        lowest = std::min<std::int64_t>({lowest, gate.a.offset, gate.b.offset});
-        highest = std::max<std::int64_t>({highest, gate.a.offset, gate.b.offset});
-    }
+    const std::int64_t lowest = rules_.lowestOffset, highest = rules_.highestOffset;
     // Chunks of 32 positions (two of sixteen without AVX2); the bytes read for positions past
     // the block still lie inside the input, as the scan stops 64 bytes before its end.
     const std::uint32_t chunks = (blockLength_ + 31) / 32;
     std::array<ChunkBits, Block / 32> blockBits;
     bool blockDone = false;
 #if defined(TAMBERLO_SCAN_AVX2)
-    const std::int64_t last = std::int64_t(start) + 32 * chunks - 1;
-    if (std::int64_t(start) + lowest >= 0 && last + highest < std::int64_t(size_) && hasAvx2()) {
-        blockBits32(rules_, input_ + start, chunks, blockBits.data());
+    // A whole block whose gate region lies inside the input.
+    const std::int64_t region = std::int64_t(start) + lowest;
+    if (blockLength_ == Block && region >= 0 && region + kGateRegion <= size_ && hasAvx2()) {
+        blockBits32(rules_, input_ + start, chunks, planes_.data(), blockBits.data());
         blockDone = true;
     }
 #endif

@@ -43,19 +43,54 @@ struct CandidateRules {
         std::array<Splat, kRanges> firsts{}, spans{};
     };
     Ranges starts, follows;
+    // The same sets as nibble tables, for the AVX2 pass: byte b is in the set (or in the few
+    // bytes merged in to fit eight classes) when low[b & 15] & high[b >> 4] is not 0.
+    struct NibbleTables {
+        Splat low, high;
+    };
+    NibbleTables startNibbles, followNibbles;
     struct GatePair {
         ScanGate a, b;
         Splat maskA, valueA, maskB, valueB;
     };
     // Distinct gate pairs of the active chain tests.
     std::vector<GatePair> gates;
+
+    // The gates as bit planes, for the AVX2 pass over whole blocks: one plane per distinct
+    // (mask, value), a bit per byte of the block and the gates' reach around it; a pair holds
+    // where its two planes, shifted by the gates' offsets, both have their bit. The cost grows
+    // with the number of planes, and only a little with the number of pairs.
+    struct PlaneClass {
+        Splat mask, value;
+    };
+    std::vector<PlaneClass> planeClasses;
+    struct PlanePair {
+        std::uint16_t classA, classB;
+        std::uint16_t offsetA, offsetB; // gate offset minus lowestOffset: 0..255
+    };
+    std::vector<PlanePair> planePairs;
+    int lowestOffset = 0, highestOffset = 0; // over all gates, and 0
 };
+
+// Positions of a block, and the bytes of its gate region: the block and the gates' reach.
+constexpr std::uint32_t kBlockPositions = 1024;
+constexpr std::uint32_t kGateRegion = kBlockPositions + 256;
+// A plane's bytes: a bit per region byte, and room for the shifted reads past its end.
+constexpr std::uint32_t kPlaneBytes = kGateRegion / 8 + 48;
+
+// The AVX2 gate pass (defined only where TAMBERLO_SCAN_AVX2 is): sets bit k % 32 of gates[k / 32]
+// when some pair's gates hold at block position k, for all kBlockPositions positions. `region`
+// is the input at block start + lowestOffset, kGateRegion bytes of it readable; `planes` holds
+// kPlaneBytes per plane class.
+void gateWordsAvx2(const CandidateRules& rules, const std::uint8_t* region, std::uint8_t* planes,
+                   std::uint32_t* gates);
 
 class CandidateFinder {
 public:
     CandidateFinder(const CandidateRules& rules, const std::uint8_t* input, std::uint32_t size,
                     std::uint32_t end)
-        : rules_(rules), input_(input), size_(size), end_(end) {}
+        : rules_(rules), input_(input), size_(size), end_(end),
+          planes_(rules.planeClasses.size() * kPlaneBytes) {}
 
     // The first candidate at or after `position`, or `end` when there is none before it.
     std::uint32_t next(std::uint32_t position);
@@ -68,7 +103,7 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t Block = 1024;
+    static constexpr std::uint32_t Block = kBlockPositions;
     void markBlock(std::uint32_t start);
     bool inBlock(std::uint32_t position) const {
         return position >= blockStart_ && position - blockStart_ < blockLength_;
@@ -82,4 +117,5 @@ private:
     std::uint32_t blockLength_ = 0;
     std::array<std::uint64_t, Block / 64> candidates_{}; // bit per position of the block
     std::array<std::uint64_t, Block / 64> gateHits_{};   // the positions where gates hold
+    std::vector<std::uint8_t> planes_; // the gate planes of a block: kPlaneBytes per class
 };
