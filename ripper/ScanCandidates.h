@@ -1,13 +1,15 @@
 #pragma once
-// Finds the next scan position worth a closer look, sixteen positions at a time. A position is
+// Finds the next scan position worth a closer look, a block of positions at a time. A position is
 // a candidate when its byte is 0 (zero-run skip), is the first byte of an active tag, is a digit
 // that may start a channel-count tag, or is at most 0x40 and passes the gates of an active chain
 // test (or some chain test has no gate). Every other position is one where the full scan would
 // run no test that can accept, so skipping it changes no result.
 //
-// How: one vector pass per block checks, for sixteen positions at once, a few byte ranges that
-// hold every byte starting a pair (most random bytes are in none) and every distinct pair of
-// chain-test gates. Only the positions in a range then look up the exact pair table.
+// How: one vector pass per block checks, 32 positions at once (16 without AVX2), whether a byte
+// may start a pair and its next byte may follow one (nibble tables with AVX2, a few byte ranges
+// otherwise; most random bytes are in neither), and where the chain-test gates hold (bit planes
+// with AVX2, each distinct gate pair otherwise). Only the positions that may start a pair then
+// look up the exact pair table.
 //
 // Threading: a finder belongs to one scan on one thread.
 
