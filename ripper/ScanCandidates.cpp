@@ -116,9 +116,20 @@ CandidateRules::NibbleTables nibbleTablesOf(const std::array<bool, 256>& set) {
 } // namespace
 
 void CandidateRules::finish() {
+    singleCount = 0;
+    std::array<bool, 256> single{};
+    for (unsigned byte = 1; byte < 256 && singleCount < kMaxSingles; ++byte) {
+        unsigned next = 0;
+        while (next < 256 && hasPair(byte | next << 8))
+            ++next;
+        if (next == 256) {
+            single[byte] = true;
+            singles[singleCount++] = splat(std::uint8_t(byte));
+        }
+    }
     std::array<bool, 256> first{}, second{};
     for (unsigned index = 0; index < (1u << 16); ++index)
-        if (hasPair(index) && (index & 0xFF) != 0) {
+        if (hasPair(index) && (index & 0xFF) != 0 && !single[index & 0xFF]) {
             first[index & 0xFF] = true;
             second[index >> 8] = true;
         }
@@ -169,7 +180,14 @@ ChunkBits positionBits(const CandidateRules& rules, const std::uint8_t* input, s
                     return true;
             return false;
         };
-        if (byte == 0 || (in(rules.starts, byte) && in(rules.follows, input[at + k + 1])))
+        const auto isSingle = [&] {
+            for (std::size_t i = 0; i < rules.singleCount; ++i)
+                if (byte == rules.singles[i].bytes[0])
+                    return true;
+            return false;
+        };
+        if (byte == 0 || isSingle() ||
+            (in(rules.starts, byte) && in(rules.follows, input[at + k + 1])))
             bits.maybePair |= 1u << k;
         if (byte > 0x40)
             continue;
@@ -205,9 +223,11 @@ ChunkBits chunkBits(const CandidateRules& rules, const std::uint8_t* p) {
         return any;
     };
     const __m128i bytes = load(p);
-    const __m128i maybe =
+    __m128i maybe =
         _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_setzero_si128()),
                      _mm_and_si128(in(bytes, rules.starts), in(load(p + 1), rules.follows)));
+    for (std::size_t i = 0; i < rules.singleCount; ++i)
+        maybe = _mm_or_si128(maybe, _mm_cmpeq_epi8(bytes, load(rules.singles[i])));
     __m128i gates = _mm_setzero_si128();
     for (const auto& gate : rules.gates) {
         const __m128i a = _mm_cmpeq_epi8(_mm_and_si128(load(p + gate.a.offset), load(gate.maskA)),
@@ -259,10 +279,14 @@ __attribute__((target("avx2"))) void blockBits32(const CandidateRules& rules, co
     const __m256i zero = _mm256_setzero_si256(), lowest = _mm256_set1_epi8(0x40);
     for (std::uint32_t c = 0; c < chunks; ++c) {
         const __m256i bytes = load32(p + 32 * c);
-        const auto zeros = std::uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(bytes, zero)));
+        __m256i starters = _mm256_cmpeq_epi8(bytes, zero);
+        for (std::size_t i = 0; i < rules.singleCount; ++i)
+            starters =
+                _mm256_or_si256(starters, _mm256_cmpeq_epi8(bytes, splat32(rules.singles[i])));
+        const auto alone = std::uint32_t(_mm256_movemask_epi8(starters));
         const auto low = std::uint32_t(
             _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_min_epu8(bytes, lowest), bytes)));
-        out[c] = {zeros | (starts[c] & follows[c]), gates[c] & low};
+        out[c] = {alone | (starts[c] & follows[c]), gates[c] & low};
     }
 }
 

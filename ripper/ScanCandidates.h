@@ -51,6 +51,11 @@ struct CandidateRules {
         Splat low, high;
     };
     NibbleTables startNibbles, followNibbles;
+    // Bytes that start a pair whatever follows (one-byte tags), checked on their own so that
+    // they do not widen the sets of following bytes to every byte.
+    static constexpr std::size_t kMaxSingles = 4;
+    std::array<Splat, kMaxSingles> singles{};
+    std::size_t singleCount = 0;
     struct GatePair {
         ScanGate a, b;
         Splat maskA, valueA, maskB, valueB;
