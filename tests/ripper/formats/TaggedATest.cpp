@@ -35,33 +35,8 @@ TEST(TaggedA, KrisTransposeShiftsNotesAndClampsAtTheTableEnds) {
     }
 }
 
-// The module ends the file, so a test that trusts its sizes reads past the input.
-TEST(TaggedA, ATruncatedModuleIsRejected) {
-    const ProTrackerModule module = firstMediaModule();
-    for (const Packer& packer : kPackers) {
-        const Bytes packed = packer.pack(module);
-        for (std::size_t cut : {packed.size() - 1, std::size_t{2000}, std::size_t{1000}}) {
-            SCOPED_TRACE(std::string(packer.name) + " cut to " + std::to_string(cut));
-            Bytes file = filler(2000, 5);
-            file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(cut));
-            EXPECT_TRUE(ripToModule(file).empty());
-        }
-    }
-}
-
-// Everything before the sample data, repeated over a file: each copy's test walks its tracks
-// into the next copy, and the last copy runs into the end of the input.
-TEST(TaggedA, FilesFullOfPackedHeadersNeitherCrashNorHang) {
-    const ProTrackerModule module = firstMediaModule();
-    for (const Packer& packer : kPackers) {
-        SCOPED_TRACE(packer.name);
-        const Bytes packed = packer.pack(module);
-        const std::size_t samples = std::min(packed.size() / 2, module.sampleData.size());
-        const Bytes header(packed.begin(), packed.end() - std::ptrdiff_t(samples));
-        Bytes file;
-        while (file.size() < 512 * 1024)
-            file.insert(file.end(), header.begin(), header.end());
-        ripToModule(file);
-    }
+TEST(TaggedA, CutModulesAndHeaderFloodsAreSafe) {
+    expectCutModulesRefused(kPackers);
+    expectHeaderFloodsAreSafe(kPackers);
 }
 } // namespace
