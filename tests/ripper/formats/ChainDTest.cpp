@@ -1,10 +1,11 @@
 // Newtron, Newtron Old and Heatseeker: real music packed by the test packers comes back as its
 // music; cut modules and files full of packed headers neither convert wrongly nor read outside
-// the input.
+// the input; plain patterns behind a Heatseeker-like head are not taken for Heatseeker tracks.
 #include "RipTestSupport.h"
 #include "packers/ChainDPacker.h"
 
 #include <gtest/gtest.h>
+#include <string>
 
 namespace {
 const Packer kPackers[] = {{"Newtron", packNewtron, expectedFromNewtron},
@@ -21,5 +22,21 @@ TEST(ChainD, ATruncatedModuleIsRejected) {
 
 TEST(ChainD, FilesFullOfPackedHeadersNeitherCrashNorHang) {
     expectHeaderFloodsAreSafe(kPackers);
+}
+
+// Heatseeker's head followed by unpacked patterns is another format's module (the real Module
+// Protector file is one): read as tracks, its patterns parse, and its head comes first in the
+// scan, so only the shape of the tracks keeps Heatseeker from taking it.
+TEST(ChainD, PlainPatternsAreNotHeatseekerTracks) {
+    const ProTrackerModule module = firstMediaModule();
+    const Bytes heatseeker = packHeatseeker(module);
+    Bytes plain(heatseeker.begin(), heatseeker.begin() + 378);
+    for (unsigned p = 0; p < songPatternCount(module); ++p)
+        plain.insert(plain.end(), module.patterns[p].begin(), module.patterns[p].end());
+    plain.insert(plain.end(), module.sampleData.begin(), module.sampleData.end());
+    const Bytes ripped = ripToModule(hideInside(plain, 7));
+    if (ripped.size() >= 729) {
+        EXPECT_NE(std::string(ripped.begin() + 711, ripped.begin() + 729), " Heatseeker mc1.0 ");
+    }
 }
 } // namespace
