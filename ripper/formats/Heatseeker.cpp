@@ -2,7 +2,7 @@
 // as tracks that skip runs of empty rows and may repeat an earlier track by number.
 //
 // Packed layout from module start s (big-endian): 0-247 31 sample records of 8 bytes (length,
-// finetune, volume, loop start, loop length; lengths in words), 248 song length, 249 0x7F,
+// finetune, volume, loop start, loop length; sizes in words), 248 song length, 249 0x7F,
 // 250-377 the order list, from 378 the patterns the song plays (highest order entry of the song
 // + 1), each as four tracks (channels 1-4), then the sample data as plain 8-bit PCM.
 //
@@ -210,7 +210,7 @@ void depackHeatseeker(RipState& st) {
 }
 } // namespace
 
-// The restart byte two bytes behind the scan position is always 0x7F, and the byte before the
+// The restart byte, two bytes after the scan position, is always 0x7F; the byte before the
 // position is the last sample's finetune (at most 15).
 const FormatSteps heatseekerSteps = {testHeatseeker,
                                      ripHeatseeker,

@@ -8,11 +8,17 @@
 //   Newtron Old: 0-247 the 31 sample records, 248-249 song length, 250-251 number of patterns;
 // then in both 252-379 the order list, from 380 the stored patterns (1024 bytes each, ProTracker
 // cells) and the sample data as plain 8-bit PCM. A sample record is ProTracker's without the
-// name: length, finetune, volume, loop start, loop length, lengths in words.
+// name: length, finetune, volume, loop start, loop length, sizes in words.
 //
 // Every order entry, also those behind the song, names a stored pattern: the packer keeps all
 // the patterns of the module. The output holds the patterns the song plays, with the order list
 // behind the song cleared, so no player counts patterns that are not written.
+//
+// No module of either layout was at hand to read (the one file named after the packer is a
+// chunked "MODU" module of another packer), so the field order and widths above are this
+// converter's choice: 16-bit head fields, as the high zero bytes give the scan whole-byte gates,
+// and at most 64 patterns, as the packer's trackers had. The test checks every field strictly,
+// so a module laid out otherwise is refused rather than misread.
 #include "../InputBytes.h"
 #include "../ModuleWriter.h"
 #include "../OutputModule.h"
