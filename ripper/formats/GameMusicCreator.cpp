@@ -9,9 +9,12 @@
 // then the sample data, plain 8-bit signed PCM in record order, behind the highest pattern the
 // song plays.
 //
-// The addresses are only read for the loop: a record loops from its loop address when that lies
-// inside the sample (the tracker points records without a loop at a silent buffer elsewhere);
-// otherwise the sample is written without a loop. Effects: 1 and 2 slide as in ProTracker, 3 sets
+// The tracker saves its memory as it lies, so the samples with data follow each other at even
+// addresses, and it clears the records of unused samples; the test insists on both and on at
+// least one note. Otherwise the addresses are only
+// read for the loop: a record loops from its loop address when that lies inside the sample (the
+// tracker points records without a loop at a silent buffer elsewhere); otherwise the sample is
+// written without a loop. Effects: 1 and 2 slide as in ProTracker, 3 sets
 // the volume (C), 4 breaks the pattern (D), 5 jumps (B), 6 and 7 switch the filter (E00, E01),
 // 8 sets the speed (F); 0 is no effect, so its parameter is dropped.
 #include "../InputBytes.h"
@@ -67,12 +70,22 @@ int testGameMusicCreator(RipState& st) {
         songLength > kOrderEntries)
         return 1;
     std::uint64_t sampleBytes = 0;
+    std::uint64_t nextAddress = 0; // where the next sample with data lies in memory
     for (std::uint32_t i = 0; i < kSamples; ++i) {
         const std::uint64_t record = s + kRecordBytes * i;
         const int volume = u8(st, record + 7);
         if (u8(st, record + 6) != 0 || volume > 64)
             return 1;
         const std::int64_t length = be16(st, record + 4) * 2;
+        const std::uint32_t address = be32(st, record);
+        if (length == 0) {
+            if (address != 0 || be32(st, record + 8) != 0 || be16(st, record + 12) != 0)
+                return 1;
+            continue;
+        }
+        if (address % 2 != 0 || (sampleBytes != 0 && address != nextAddress))
+            return 1;
+        nextAddress = address + static_cast<std::uint64_t>(length);
         const std::int64_t loopStart = loopStartOf(st, record);
         if (loopStart >= 0 &&
             checkSampleDescriptor(length, loopStart, be16(st, record + 12) * 2, volume, 0) != 0)
@@ -92,13 +105,17 @@ int testGameMusicCreator(RipState& st) {
     const std::uint64_t sampleData = s + kPatterns + 1024ull * patterns;
     if (!fits(st, sampleData, sampleBytes))
         return 1;
+    bool hasNotes = false;
     for (std::uint64_t cell = s + kPatterns; cell < sampleData; cell += 4) {
         const std::uint16_t period = be16(st, cell);
         if (period != 0 && period != kNoteCut && !isTablePeriod(period))
             return 1;
         if (u8(st, cell + 2) >> 4 > kSamples || (u8(st, cell + 2) & 0x0F) > 8)
             return 1;
+        hasNotes = hasNotes || (period != 0 && period != kNoteCut);
     }
+    if (!hasNotes)
+        return 1;
     st.moduleStart = static_cast<std::uint32_t>(s);
     st.sampleDataSize = static_cast<std::uint32_t>(sampleBytes);
     st.scratch[kPatternCount] = patterns;

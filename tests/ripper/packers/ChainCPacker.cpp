@@ -141,6 +141,8 @@ Bytes packGameMusicCreator(const ProTrackerModule& module) {
         const std::uint8_t* record = recordOf(module, i);
         const std::size_t at = 16 * std::size_t(i);
         const int loopStart = gmcLoopStart(module, i);
+        if (get16(record) == 0)
+            continue; // the tracker clears the records of unused samples
         put32(out, at, address);
         put16(out, at + 4, get16(record));
         out[at + 7] = record[3];
@@ -173,7 +175,7 @@ Bytes expectedFromGameMusicCreator(const ProTrackerModule& module) {
         std::uint8_t* record =
             header.data() + kRecords + kRecordBytes * std::size_t(i) + kNameBytes;
         const int loopStart = i < 15 ? gmcLoopStart(module, i) : -1;
-        if (i < 15) {
+        if (i < 15 && module.sampleWords(i) != 0) {
             std::copy_n(recordOf(module, i), 2, record);
             record[3] = recordOf(module, i)[3];
         }
