@@ -49,7 +49,7 @@ extern const FormatSteps digiBooster17Steps;         // RecognisedDigiBooster.cp
 extern const FormatSteps fastracker2Steps;           // RecognisedFastracker2.cpp
 extern const FormatSteps futureComposer13Steps;      // RecognisedFutureComposer.cpp
 extern const FormatSteps futureComposer14Steps;      // RecognisedFutureComposer.cpp
-extern const FormatSteps bsiFutureComposerSteps;     // RecognisedOnly.cpp
+extern const FormatSteps bsiFutureComposerSteps;     // RecognisedBsiFutureComposer.cpp
 extern const FormatSteps medSteps;                   // RecognisedMed.cpp
 extern const FormatSteps digitalMugicianSteps;       // RecognisedDigitalMugician.cpp
 extern const FormatSteps soundMonitorSteps;          // RecognisedSoundMonitor.cpp

@@ -173,6 +173,12 @@ std::vector<Format> formats() {
         {"Fastracker 2", fastracker2},
         {"Future Composer 1.3", [](const Bytes& s) { return futureComposer(s, false); }},
         {"Future Composer 1.4", [](const Bytes& s) { return futureComposer(s, true); }},
+        {"BSI Future Composer",
+         [](const Bytes& s) {
+             Bytes m = futureComposer(s, false);
+             putText(m, 0, "FUCO");
+             return m;
+         }},
         {"MED", [](const Bytes& s) { return med(s, "MMD0"); }},
         {"OctaMED", [](const Bytes& s) { return med(s, "MMD1"); }},
         {"Digital Mugician", digitalMugician},
