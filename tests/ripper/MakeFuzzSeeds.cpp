@@ -3,16 +3,24 @@
 // format tests.
 #include "ModulePacker.h"
 #include "RipTestSupport.h"
+#include "packers/ChainAPacker.h"
+#include "packers/ChainBPacker.h"
+#include "packers/ChainCPacker.h"
+#include "packers/ChainDPacker.h"
 #include "packers/NoisePackerPacker.h"
 #include "packers/ProPackerPacker.h"
 #include "packers/ProRunnerPacker.h"
 #include "packers/PromizerPacker.h"
+#include "packers/PtLikePacker.h"
 #include "packers/TaggedAPacker.h"
 #include "packers/TaggedBPacker.h"
 #include "packers/TaggedCPacker.h"
+#include "packers/TaggedDPacker.h"
+#include "packers/TaggedEPacker.h"
 #include "packers/ThePlayer4xPacker.h"
 #include "packers/ThePlayer6xPacker.h"
 #include "packers/TrackerPackerPacker.h"
+#include "packers/UnicPacker.h"
 
 #include <cstdio>
 #include <string>
@@ -66,6 +74,37 @@ int main(int argc, char** argv) {
         packStim(module),
         packFuchsTracker(module),
         packSoundFx13(module),
+        packDigitalIllusion(module),
+        packEureka(module),
+        packZen(module),
+        packStarTrekker(module),
+        packXann(module),
+        packPha(module),
+        packGameMusicCreator(module),
+        packTheDarkDemon(module),
+        packTitanicsPlayer(module),
+        packNewtron(module),
+        packNewtronOld(module),
+        packHeatseeker(module),
+        packModuleProtector(module),
+        packModuleProtectorTagged(module),
+        packPowerMusic(module),
+        packWantonPacker(module),
+        packPolka(module),
+        packPolkaPsux(module),
+        packSoundTracker26(module),
+        packIceTracker(module),
+        packTmk(module),
+        packTmkDelta(module),
+        packQuadraComposer(module),
+        packNoiseFromHeaven(module),
+        packStoneArtsPlayer(module),
+        packGnuPlayer(module),
+        packGpmo(module),
+        packUnicV1(module),
+        packUnicV1MK(module),
+        packUnicV1Tag(module),
+        packUnicV2(module),
     };
     const std::filesystem::path dir = argv[1];
     std::filesystem::create_directories(dir);
