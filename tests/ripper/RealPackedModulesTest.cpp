@@ -20,7 +20,7 @@ const std::set<std::string> kConvertedFormats = {
     "NP1",   "NP2",      "NP3",  "NRU",  "P40A", "P40B",   "P41A",   "P50A", "P60A", "P61A",
     "PM10c", "PP10",     "PP21", "PP30", "PRU1", "PRU2",   "TP1",    "TP2",  "TP3",  "STIM",
     "FUCHS", "FCM",      "HRT",  "SKYT", "KRIS", "KSM",    "FUZZAC", "HMC?", "GMC",  "TDD",
-    "UNIC",  "STARPACK", "XANN", "PHA",  "DI",   "EUREKA", "ZEN"};
+    "UNIC",  "STARPACK", "XANN", "PHA",  "DI",   "EUREKA", "ZEN",    "MP",   "WN"};
 // Files whose samples are packed: reported on the console and never converted.
 const std::set<std::string> kPackedSampleFiles = {"P61A.stardust"};
 
