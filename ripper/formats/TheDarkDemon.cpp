@@ -33,7 +33,8 @@ int testTheDarkDemon(RipState& st) {
     if (st.position < kScanOffset)
         return 1;
     const std::uint64_t s = st.position - kScanOffset;
-    if (!fits(st, s, kSampleData) || be32(st, s + kRecords) != kSampleData)
+    if (u8(st, st.position + 1) != 0x34 || !fits(st, s, kSampleData) ||
+        be32(st, s + kRecords) != kSampleData)
         return 1;
     const std::uint32_t songLength = u8(st, s);
     if (songLength == 0 || songLength > 127)
@@ -132,10 +133,11 @@ void depackTheDarkDemon(RipState& st) {
 }
 } // namespace
 
-// Found at s + 132, the 0x02 of the first record's offset 0x00000234: the byte after it is 0x34
-// and the one two before it 0 in every module (whole-byte compares, rare in random data).
+// Found at s + 132, the 0x02 of the first record's offset 0x00000234: the two bytes before it
+// are 0 in every module. Game Music Creator has the same gates, so the pair costs the pre-pass
+// nothing more; the test compares the 0x34 first.
 const FormatSteps theDarkDemonSteps = {testTheDarkDemon,
                                        ripTheDarkDemon,
                                        depackTheDarkDemon,
                                        true,
-                                       {ScanGate{1, 0xFF, 0x34}, ScanGate{-2, 0xFF, 0x00}}};
+                                       {ScanGate{-2, 0xFF, 0x00}, ScanGate{-1, 0xFF, 0x00}}};
