@@ -88,3 +88,131 @@ Bytes packDigitalIllusion(const ProTrackerModule& module) {
 Bytes expectedFromDigitalIllusion(const ProTrackerModule& module) {
     return expectedSong(module, true, " Digital Illusion ");
 }
+
+namespace {
+bool isEmpty(const Cell& cell) {
+    return cell.sample == 0 && cell.period == 0 && cell.effect == 0 && cell.parameter == 0;
+}
+
+// One channel as a Eureka track: runs of empty rows as skips, cells in the shortest item.
+Bytes eurekaTrack(const Pattern& pattern, int channel) {
+    Bytes track;
+    int row = 0;
+    while (row < 64) {
+        const Cell cell = readCell(pattern, row, channel);
+        const std::uint8_t* raw = &pattern[std::size_t(row * 16 + channel * 4)];
+        if (isEmpty(cell)) {
+            int empty = 1;
+            while (row + empty < 64 && isEmpty(readCell(pattern, row + empty, channel)))
+                ++empty;
+            track.push_back(std::uint8_t(0xC0 | (empty - 1)));
+            row += empty;
+            continue;
+        }
+        if (cell.sample == 0 && cell.period == 0)
+            track.insert(track.end(), {std::uint8_t(0x40 | cell.effect), raw[3]});
+        else if (cell.effect == 0 && cell.parameter == 0)
+            track.insert(track.end(), {std::uint8_t(0x80 | (cell.sample & 0x0F)), raw[0], raw[1]});
+        else
+            track.insert(track.end(), raw, raw + 4);
+        ++row;
+    }
+    return track;
+}
+} // namespace
+
+Bytes packEureka(const ProTrackerModule& module) {
+    const unsigned patterns = songPatternCount(module);
+    Bytes out(module.header.begin(), module.header.begin() + 1080);
+    out.resize(1084 + 8 * patterns);
+    std::vector<std::pair<Bytes, unsigned>> stored; // track and its address
+    for (unsigned p = 0; p < patterns; ++p)
+        for (int channel = 0; channel < 4; ++channel) {
+            const Bytes track = eurekaTrack(module.patterns[p], channel);
+            auto found = std::find_if(stored.begin(), stored.end(),
+                                      [&](const auto& entry) { return entry.first == track; });
+            if (found == stored.end()) {
+                stored.emplace_back(track, unsigned(out.size()));
+                append(out, track);
+                found = stored.end() - 1;
+            }
+            put16(out, 1084 + 8 * p + 2 * std::size_t(channel), found->second);
+        }
+    out.resize(out.size() + out.size() % 2);
+    put32(out, 1080, unsigned(out.size()));
+    append(out, module.sampleData);
+    return out;
+}
+
+Bytes expectedFromEureka(const ProTrackerModule& module) {
+    return expectedSong(module, false, "  EUREKA Packer   ");
+}
+
+namespace {
+// The song with its patterns renumbered in the order the song first plays them.
+ProTrackerModule inFirstUseOrder(const ProTrackerModule& module) {
+    ProTrackerModule renumbered = module;
+    renumbered.patterns.clear();
+    std::vector<unsigned> numbers(256, 256);
+    for (unsigned i = 0; i < module.songLength(); ++i) {
+        unsigned& number = numbers[module.order(int(i))];
+        if (number == 256) {
+            number = unsigned(renumbered.patterns.size());
+            renumbered.patterns.push_back(module.patterns[module.order(int(i))]);
+        }
+        renumbered.header[kOrderList + i] = std::uint8_t(number);
+    }
+    return renumbered;
+}
+
+Bytes zenPattern(const Pattern& pattern) {
+    Bytes cells;
+    for (int place = 0; place < 256; ++place) {
+        const Cell cell = readCell(pattern, place / 4, place % 4);
+        const unsigned note = noteOf(cell.period);
+        if (cell.sample == 0 && note == 0 && cell.effect == 0 && cell.parameter == 0)
+            continue;
+        cells.insert(cells.end(), {std::uint8_t(place), std::uint8_t(note << 1 | cell.sample >> 4),
+                                   std::uint8_t((cell.sample & 0x0F) << 4 | cell.effect),
+                                   std::uint8_t(cell.parameter)});
+    }
+    cells.insert(cells.end(), {0xFF, 0, 0, 0});
+    return cells;
+}
+} // namespace
+
+Bytes packZen(const ProTrackerModule& module) {
+    const ProTrackerModule song = inFirstUseOrder(module);
+    Bytes out(6 + 16 * 31);
+    std::vector<unsigned> addresses;
+    for (const Pattern& pattern : song.patterns) {
+        addresses.push_back(unsigned(out.size()));
+        append(out, zenPattern(pattern));
+    }
+    const std::size_t list = out.size();
+    put32(out, 0, unsigned(list));
+    out[4] = std::uint8_t(song.patterns.size() - 1);
+    out[5] = std::uint8_t(song.songLength());
+    out.resize(list + 4 * song.songLength());
+    for (unsigned i = 0; i < song.songLength(); ++i)
+        put32(out, list + 4 * i, addresses[song.order(int(i))]);
+    out.insert(out.end(), {0xFF, 0xFF, 0xFF, 0xFF});
+    unsigned address = unsigned(out.size());
+    for (int i = 0; i < 31; ++i) {
+        const std::uint8_t* record = recordOf(song, i);
+        const std::size_t at = 6 + 16 * std::size_t(i);
+        put16(out, at, record[2]);
+        put16(out, at + 2, record[3]);
+        put16(out, at + 4, get16(record));
+        put16(out, at + 6, get16(record + 6));
+        put32(out, at + 8, address);
+        put32(out, at + 12, address + 2 * get16(record + 4));
+        address += 2 * get16(record);
+    }
+    append(out, song.sampleData);
+    return out;
+}
+
+Bytes expectedFromZen(const ProTrackerModule& module) {
+    return expectedSong(inFirstUseOrder(module), true, "    ZEN Packer    ");
+}
