@@ -39,23 +39,24 @@ constexpr std::uint32_t kScanOffset = 1;
 
 // scratch slots the test leaves for the rip and depack steps
 constexpr int kPositions = 0;
+constexpr int kModuleSize = 1;
 
-// Walks the pattern at `at` up to the start of the sample data; returns the offset behind its
-// last event, or 0 when it is not a plausible pattern.
-std::uint64_t patternEnd(const RipState& st, std::uint64_t at, std::uint64_t limit) {
+// True when the pattern at `at` ends before `limit` (the sample data) within 64 rows and holds
+// only notes of the table.
+bool isPlausiblePattern(const RipState& st, std::uint64_t at, std::uint64_t limit) {
     unsigned row = 0;
     for (std::uint32_t event = 0; event < kMaxEvents; ++event, at += 4) {
         if (at + 4 > limit)
-            return 0;
+            return false;
         const std::uint8_t first = u8(st, at);
         row += first & 0x7F;
         const unsigned note = u8(st, at + 1) & 0x3F;
         if (row > 63 || (note > 35 && note != kNoNote))
-            return 0;
+            return false;
         if (first & 0x80)
-            return at + 4;
+            return true;
     }
-    return 0;
+    return false;
 }
 
 int testTitanicsPlayer(RipState& st) {
@@ -95,19 +96,20 @@ int testTitanicsPlayer(RipState& st) {
     for (std::uint32_t i = 0; i < positions; ++i) {
         const std::uint32_t address = be16(st, s + kOrderList + 2 * i);
         if (address < patternData || address % 2 != 0 ||
-            patternEnd(st, s + address, s + sampleStart) == 0)
+            !isPlausiblePattern(st, s + address, s + sampleStart))
             return 1;
         lowest = std::min(lowest, address);
     }
     if (lowest != patternData)
         return 1;
     st.moduleStart = static_cast<std::uint32_t>(s);
-    st.outputSize = static_cast<std::uint32_t>(moduleEnd);
     st.scratch[kPositions] = positions;
+    st.scratch[kModuleSize] = static_cast<std::uint32_t>(moduleEnd);
     return 0;
 }
 
 void ripTitanicsPlayer(RipState& st) {
+    st.outputSize = st.scratch[kModuleSize];
     noteRip(st, "Titanics Player module", 130);
     advanceScanTo(st, static_cast<std::int64_t>(st.moduleStart) + st.outputSize - 1);
 }
