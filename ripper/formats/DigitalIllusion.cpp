@@ -25,6 +25,7 @@
 #include <cstdio>
 
 namespace {
+constexpr std::uint32_t kScanOffset = 3; // low byte of the order list offset's high word
 constexpr std::uint32_t kRecords = 14;
 constexpr unsigned kEmptyCell = 0xFF;
 constexpr unsigned kOrderEnd = 0xFF;
@@ -92,7 +93,9 @@ bool patternsDecode(const RipState& st, const Layout& l) {
 }
 
 int testDigitalIllusion(RipState& st) {
-    const std::uint64_t s = st.position;
+    if (st.position < kScanOffset)
+        return 1;
+    const std::uint64_t s = st.position - kScanOffset;
     if (!fits(st, s, kRecords))
         return 1;
     const Layout l = layoutAt(st, s);
@@ -209,10 +212,10 @@ void depackDigitalIllusion(RipState& st) {
 }
 } // namespace
 
-// The test runs at the module's first byte: the high byte of the sample count and the top byte
-// of the order list offset are zero in every module.
+// The test runs at byte 3, the low byte of the order list offset's high word: that byte, the
+// top byte of the offset and the high byte of the sample count are zero in every module.
 const FormatSteps digitalIllusionSteps = {testDigitalIllusion,
                                           ripDigitalIllusion,
                                           depackDigitalIllusion,
                                           true,
-                                          {ScanGate{0, 0xFF, 0x00}, ScanGate{2, 0xFF, 0x00}}};
+                                          {ScanGate{-3, 0xFF, 0x00}, ScanGate{-1, 0xFF, 0x00}}};

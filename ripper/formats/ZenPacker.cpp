@@ -28,7 +28,7 @@
 #include <cstdio>
 
 namespace {
-constexpr std::uint32_t kScanOffset = 1; // second byte of the address list offset
+constexpr std::uint32_t kScanOffset = 7; // low byte of the first sample's finetune
 constexpr std::uint32_t kRecords = 6;
 constexpr std::uint32_t kRecordBytes = 16;
 constexpr std::uint32_t kPatternData = kRecords + 31 * kRecordBytes;
@@ -79,8 +79,8 @@ int testZen(RipState& st) {
         const std::uint64_t address = be32(st, record + 8);
         const std::uint64_t loopAddress = be32(st, record + 12);
         const std::int64_t length = be16(st, record + 4) * 2;
-        if (address != next || loopAddress < address || (loopAddress - address) % 2 != 0 ||
-            be16(st, record) > 15 || be16(st, record + 2) > 64)
+        if (address != next || loopAddress < address || loopAddress > 0xFFFFFF ||
+            (loopAddress - address) % 2 != 0 || be16(st, record) > 15 || be16(st, record + 2) > 64)
             return 1;
         if (checkSampleDescriptor(length, std::int64_t(loopAddress - address),
                                   be16(st, record + 6) * 2, be16(st, record + 2),
@@ -201,7 +201,7 @@ void depackZen(RipState& st) {
 }
 } // namespace
 
-// The test runs at the second byte of the address list offset: the offset's top byte and the
-// high byte of the first sample's finetune are zero in every module.
+// The test runs at the low byte of the first sample's finetune (at most 15): its high byte and
+// the top byte of that sample's loop address are zero in every module.
 const FormatSteps zenPackerSteps = {
-    testZen, ripZen, depackZen, true, {ScanGate{-1, 0xFF, 0x00}, ScanGate{5, 0xFF, 0x00}}};
+    testZen, ripZen, depackZen, true, {ScanGate{-1, 0xFF, 0x00}, ScanGate{11, 0xFF, 0x00}}};
