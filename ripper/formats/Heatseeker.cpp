@@ -10,6 +10,11 @@
 // 0x80 0 0 n (n + 1 empty rows); or, as the track's only item, 0xC0 0 and a 16-bit number that is
 // 4 × the index of an earlier track (pattern × 4 + channel) whose rows this track repeats.
 //
+// The scan finds a module at the last sample record's finetune byte (s + 242). Unused records
+// with a loop length of 0 are zero bytes, so the scan may skip a run of zeros that covers that
+// byte and ends at the song length; behind such a run the test takes the first non-zero byte
+// ahead as the song length of a module whose position was passed.
+//
 // What the test relies on, as both real modules show it: the restart byte is always 0x7F (the
 // scan's anchor); references name tracks stored in full; an empty cell or a skip is never
 // followed by another empty cell or skip (the packer codes every run of empty rows as one item,
@@ -29,8 +34,7 @@
 #include <vector>
 
 namespace {
-// The scan finds the module at the last sample record's volume byte.
-constexpr std::uint32_t kScanOffset = 247;
+constexpr std::uint32_t kScanOffset = 8 * 30 + 2;
 constexpr std::uint32_t kSongLength = 248;
 constexpr std::uint32_t kRestart = 249;
 constexpr std::uint32_t kOrderList = 250;
@@ -97,10 +101,7 @@ std::uint64_t checkedTrackEnd(const RipState& st, std::uint64_t at, unsigned tra
     return at;
 }
 
-int testHeatseeker(RipState& st) {
-    if (st.position < kScanOffset)
-        return 1;
-    const std::uint64_t s = st.position - kScanOffset;
+int testAt(RipState& st, std::uint64_t s) {
     if (!fits(st, s, kPatterns) || u8(st, s + kRestart) != 0x7F)
         return 1;
     const unsigned songLength = u8(st, s + kSongLength);
@@ -128,6 +129,24 @@ int testHeatseeker(RipState& st) {
     st.scratch[kPatternCount] = patterns;
     st.scratch[kSampleDataOffset] = static_cast<std::uint32_t>(at - s);
     return 0;
+}
+
+// Behind a run of zero bytes the scan skipped: the module whose song length is the first
+// non-zero byte ahead, if its own scan position lies behind.
+int testBehindZeroRun(RipState& st) {
+    std::uint64_t at = st.position;
+    for (int i = 0; i < 64 && fits(st, at, 1) && u8(st, at) == 0; ++i)
+        ++at;
+    if (at < kSongLength || at - kSongLength + kScanOffset >= st.position || !fits(st, at, 1) ||
+        u8(st, at) == 0)
+        return 1;
+    return testAt(st, at - kSongLength);
+}
+
+int testHeatseeker(RipState& st) {
+    if (st.position >= kScanOffset && testAt(st, st.position - kScanOffset) == 0)
+        return 0;
+    return u8(st, st.position) == 0 ? testBehindZeroRun(st) : 1;
 }
 
 void ripHeatseeker(RipState& st) {
@@ -210,10 +229,10 @@ void depackHeatseeker(RipState& st) {
 }
 } // namespace
 
-// The restart byte, two bytes after the scan position, is always 0x7F; the byte before the
-// position is the last sample's finetune (at most 15).
+// The restart byte, seven bytes after the scan position, is always 0x7F; eight bytes before it
+// is the finetune of sample 30 (at most 15). Module Protector has the same pair.
 const FormatSteps heatseekerSteps = {testHeatseeker,
                                      ripHeatseeker,
                                      depackHeatseeker,
                                      true,
-                                     {ScanGate{2, 0xFF, 0x7F}, ScanGate{-1, 0xF0, 0x00}}};
+                                     {ScanGate{7, 0xFF, 0x7F}, ScanGate{-8, 0xF0, 0x00}}};

@@ -1,6 +1,7 @@
 // Newtron, Newtron Old and Heatseeker: real music packed by the test packers comes back as its
 // music; cut modules and files full of packed headers neither convert wrongly nor read outside
-// the input; plain patterns behind a Heatseeker-like head are not taken for Heatseeker tracks.
+// the input; modules are found behind zero runs the scan skips; plain patterns behind a
+// Heatseeker-like head are not taken for Heatseeker tracks.
 #include "RipTestSupport.h"
 #include "packers/ChainDPacker.h"
 
@@ -22,6 +23,19 @@ TEST(ChainD, ATruncatedModuleIsRejected) {
 
 TEST(ChainD, FilesFullOfPackedHeadersNeitherCrashNorHang) {
     expectHeaderFloodsAreSafe(kPackers);
+}
+
+// Unused sample records of all zero bytes: the scan skips the run of zeros that covers a
+// module's scan position, and the module must still be found behind it.
+TEST(ChainD, ModulesWithZeroUnusedRecordsAreFound) {
+    ProTrackerModule module = firstMediaModule();
+    for (int i = 0; i < 31; ++i)
+        if (module.sampleWords(i) == 0)
+            module.setSample(i, 0, 0, 0, 0, 0);
+    for (const Packer& packer : kPackers) {
+        SCOPED_TRACE(packer.name);
+        EXPECT_TRUE(ripToModule(hideInside(packer.pack(module), 3)) == packer.expected(module));
+    }
 }
 
 // Heatseeker's head followed by unpacked patterns is another format's module (the real Module
