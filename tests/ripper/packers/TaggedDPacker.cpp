@@ -109,14 +109,9 @@ int tmkSampleCount(const ProTrackerModule& module) {
 Bytes packTmkCoded(const ProTrackerModule& module, bool delta) {
     const int samples = tmkSampleCount(module);
     const std::vector<Pattern> patterns = songPatterns(module);
-    Bytes out = {'T',
-                 'M',
-                 'K',
-                 1,
-                 std::uint8_t(module.songLength()),
-                 std::uint8_t(samples),
-                 std::uint8_t(delta ? 1 : 0),
-                 std::uint8_t(patterns.size())};
+    Bytes out = {'T', 'M', 'K', 1};
+    out.insert(out.end(), {std::uint8_t(module.songLength()), std::uint8_t(samples),
+                           std::uint8_t(delta ? 1 : 0), std::uint8_t(patterns.size())});
     for (int i = 0; i < samples; ++i)
         out.insert(out.end(), recordOf(module, i), recordOf(module, i) + 8);
     out.insert(out.end(), module.header.begin() + kOrderList,
