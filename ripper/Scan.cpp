@@ -16,6 +16,7 @@ namespace {
 struct ActiveChainEntry {
     const FormatSteps* steps;
     const char* refusedMessage;
+    int gatePair = -1; // index into ActiveScanOrder::gatePairs; -1: not gated
 };
 
 struct ActiveTagRow {
@@ -31,8 +32,12 @@ struct ActiveScanOrder {
     const FormatSteps* powerMusic = nullptr;
     const FormatSteps* xann = nullptr;
     bool ungatedChain = false; // a chain test without gates runs at every byte up to 0x40
+    // The distinct gate pairs of the chain tests (families share theirs), checked once a
+    // position rather than once a test.
+    std::vector<std::array<ScanGate, 2>> gatePairs;
     CandidateRules candidates;
 
+    int pairIndexOf(const ScanGate (&gates)[2]);
     ActiveScanOrder() {
         for (const ChainEntry& entry : chainOrder())
             if (formatSteps(entry.format).test)
@@ -50,9 +55,10 @@ struct ActiveScanOrder {
         if (formatSteps(FormatId::XannPacker).test)
             xann = &formatSteps(FormatId::XannPacker);
         candidates.addPair(0, -1); // zero runs are skipped at the scan itself
-        for (const ActiveChainEntry& entry : chain) {
+        for (ActiveChainEntry& entry : chain) {
             if (entry.steps->gated) {
                 candidates.addGates(entry.steps->gates[0], entry.steps->gates[1]);
+                entry.gatePair = pairIndexOf(entry.steps->gates);
                 continue;
             }
             ungatedChain = true;
@@ -62,12 +68,18 @@ struct ActiveScanOrder {
         for (const auto& rows : tagsByFirstByte)
             for (const ActiveTagRow& active : rows) {
                 const std::string_view tag = active.row->tag;
-                candidates.addPair(static_cast<std::uint8_t>(tag[0]),
-                                   tag.size() > 1 ? static_cast<std::uint8_t>(tag[1]) : -1);
+                if (tag.size() == 1 && active.row->previousByte >= 0)
+                    candidates.addPairEndingHere(std::uint8_t(active.row->previousByte),
+                                                 static_cast<std::uint8_t>(tag[0]));
+                else
+                    candidates.addPair(static_cast<std::uint8_t>(tag[0]),
+                                       tag.size() > 1 ? static_cast<std::uint8_t>(tag[1]) : -1);
             }
         if (powerMusic)
             candidates.addPair('!', 'P');
-        if (xann)
+        if (xann && xann->gated)
+            candidates.addGates(xann->gates[0], xann->gates[1]);
+        else if (xann)
             candidates.addPair('<', -1);
         // "1CHN" .. "9CHN" and "10CH" .. "31CH": a digit followed by 'C' or a digit.
         for (std::uint8_t digit = '1'; digit <= '9'; ++digit) {
@@ -78,6 +90,17 @@ struct ActiveScanOrder {
         candidates.finish();
     }
 };
+
+int ActiveScanOrder::pairIndexOf(const ScanGate (&gates)[2]) {
+    const auto same = [](const ScanGate& a, const ScanGate& b) {
+        return a.offset == b.offset && a.mask == b.mask && a.value == b.value;
+    };
+    for (std::size_t i = 0; i < gatePairs.size(); ++i)
+        if (same(gatePairs[i][0], gates[0]) && same(gatePairs[i][1], gates[1]))
+            return int(i);
+    gatePairs.push_back({gates[0], gates[1]});
+    return int(gatePairs.size() - 1);
+}
 
 const ActiveScanOrder& activeOrder() {
     static const ActiveScanOrder order;
@@ -128,15 +151,25 @@ bool tryChannelTags(RipState& state) {
 
 // A test's gates are conditions it needs before it can accept; the pre-pass marks positions
 // where any test's gates hold, so each test checks its own before it runs.
+inline bool gateHolds(const RipState& state, const ScanGate& gate) {
+    const std::int64_t at = std::int64_t(state.position) + gate.offset;
+    return std::uint64_t(at) < std::uint64_t(state.inputSize) &&
+           (state.input[at] & gate.mask) == gate.value;
+}
+
 bool gatesHold(const RipState& state, const FormatSteps& steps) {
-    if (!steps.gated)
-        return true;
-    for (const ScanGate& gate : steps.gates) {
-        const std::int64_t at = std::int64_t(state.position) + gate.offset;
-        if (at < 0 || at >= state.inputSize || (state.input[at] & gate.mask) != gate.value)
-            return false;
+    return !steps.gated || (gateHolds(state, steps.gates[0]) && gateHolds(state, steps.gates[1]));
+}
+
+// Bit i set when gate pair i holds at the position (pairs past the 64th always count as held).
+std::uint64_t pairsHolding(const RipState& state, const ActiveScanOrder& order) {
+    std::uint64_t holding = 0;
+    for (std::size_t i = 0; i < order.gatePairs.size(); ++i) {
+        const auto& pair = order.gatePairs[i];
+        if (i >= 64 || (gateHolds(state, pair[0]) && gateHolds(state, pair[1])))
+            holding |= 1ull << std::min<std::size_t>(i, 63);
     }
-    return true;
+    return holding;
 }
 
 // `afterSkip`: the position is where a skip of 63 zero bytes landed, maybe past the byte a test
@@ -150,14 +183,16 @@ void scanChain(RipState& state, const ActiveScanOrder& order, bool afterSkip, bo
     }
     if (tryChannelTags(state))
         return;
-    if (order.xann && at[0] == '<' && order.xann->test(state) == 0) {
+    if (order.xann && at[0] == '<' && (afterSkip || gatesHold(state, *order.xann)) &&
+        order.xann->test(state) == 0) {
         runSteps(state, *order.xann);
         return;
     }
     if (!afterSkip && !gatesHoldHere && !order.ungatedChain)
         return;
+    const std::uint64_t holding = afterSkip ? ~0ull : pairsHolding(state, order);
     for (const ActiveChainEntry& entry : order.chain) {
-        const bool gated = !afterSkip && !gatesHold(state, *entry.steps);
+        const bool gated = entry.gatePair >= 0 && !(holding >> std::min(entry.gatePair, 63) & 1);
         if (gated || entry.steps->test(state) != 0)
             continue;
         if (entry.refusedMessage)

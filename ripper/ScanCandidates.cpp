@@ -11,6 +11,10 @@ void CandidateRules::addPair(std::uint8_t first, int second) {
             pairs[(first | next << 8) >> 6] |= 1ull << (first & 63);
 }
 
+void CandidateRules::addPairEndingHere(std::uint8_t previous, std::uint8_t byte) {
+    endingPairs.push_back({splat(previous), splat(byte)});
+}
+
 CandidateRules::Splat CandidateRules::splat(std::uint8_t byte) {
     Splat splat;
     std::memset(splat.bytes, byte, sizeof splat.bytes);
@@ -62,56 +66,68 @@ CandidateRules::Ranges rangesOf(const std::array<bool, 256>& set, std::size_t co
     return ranges;
 }
 
-// High nibbles with the same set of low nibbles form a class; while there are more than eight
-// classes, the two whose union adds the fewest bytes are merged.
-CandidateRules::NibbleTables nibbleTablesOf(const std::array<bool, 256>& set) {
-    struct Class {
-        std::uint16_t highs = 0, lows = 0;
-    };
-    std::vector<Class> classes;
-    for (unsigned high = 0; high < 16; ++high) {
-        std::uint16_t lows = 0;
-        for (unsigned low = 0; low < 16; ++low)
-            lows |= std::uint16_t(set[high << 4 | low] << low);
-        if (lows == 0)
-            continue;
-        auto same = std::find_if(classes.begin(), classes.end(),
-                                 [&](const Class& c) { return c.lows == lows; });
-        if (same == classes.end())
-            classes.push_back({std::uint16_t(1u << high), lows});
-        else
-            same->highs |= std::uint16_t(1u << high);
+// Pair classes for the nibble tables: each class is a rectangle of first bytes (high nibbles x
+// low nibbles) and one of the bytes that may follow them. It starts as one class per first byte;
+// while there are more than eight, the two whose merging lets the fewest extra pairs through
+// are merged. A pair is let through when a class holds both its bytes.
+struct PairClass {
+    std::uint16_t firstHighs = 0, firstLows = 0, nextHighs = 0, nextLows = 0;
+    long pairs() const {
+        return long(std::popcount(firstHighs)) * std::popcount(firstLows) *
+               std::popcount(nextHighs) * std::popcount(nextLows);
     }
-    const auto bytes = [](const Class& c) {
-        return std::popcount(c.highs) * std::popcount(c.lows);
-    };
+    PairClass merged(const PairClass& other) const {
+        return {std::uint16_t(firstHighs | other.firstHighs),
+                std::uint16_t(firstLows | other.firstLows),
+                std::uint16_t(nextHighs | other.nextHighs),
+                std::uint16_t(nextLows | other.nextLows)};
+    }
+};
+
+std::vector<PairClass> pairClassesOf(const CandidateRules& rules,
+                                     const std::array<bool, 256>& first) {
+    std::vector<PairClass> classes;
+    for (unsigned byte = 1; byte < 256; ++byte) {
+        if (!first[byte])
+            continue;
+        PairClass c{std::uint16_t(1u << (byte >> 4)), std::uint16_t(1u << (byte & 15)), 0, 0};
+        for (unsigned next = 0; next < 256; ++next)
+            if (rules.hasPair(byte | next << 8)) {
+                c.nextHighs |= std::uint16_t(1u << (next >> 4));
+                c.nextLows |= std::uint16_t(1u << (next & 15));
+            }
+        classes.push_back(c);
+    }
     while (classes.size() > 8) {
         std::size_t bestA = 0, bestB = 1;
-        int bestCost = 1 << 30;
-        for (std::size_t a = 0; a < classes.size(); ++a)
-            for (std::size_t b = a + 1; b < classes.size(); ++b) {
-                const Class merged{std::uint16_t(classes[a].highs | classes[b].highs),
-                                   std::uint16_t(classes[a].lows | classes[b].lows)};
-                const int cost = bytes(merged) - bytes(classes[a]) - bytes(classes[b]);
-                if (cost < bestCost) {
+        long bestCost = -1;
+        for (std::size_t x = 0; x < classes.size(); ++x)
+            for (std::size_t y = x + 1; y < classes.size(); ++y) {
+                const long cost =
+                    classes[x].merged(classes[y]).pairs() - classes[x].pairs() - classes[y].pairs();
+                if (bestCost < 0 || cost < bestCost) {
                     bestCost = cost;
-                    bestA = a;
-                    bestB = b;
+                    bestA = x;
+                    bestB = y;
                 }
             }
-        classes[bestA].highs |= classes[bestB].highs;
-        classes[bestA].lows |= classes[bestB].lows;
+        classes[bestA] = classes[bestA].merged(classes[bestB]);
         classes.erase(classes.begin() + std::ptrdiff_t(bestB));
     }
-    CandidateRules::NibbleTables tables{};
+    return classes;
+}
+
+void setTables(const std::vector<PairClass>& classes, CandidateRules::NibbleTables& firsts,
+               CandidateRules::NibbleTables& nexts) {
+    firsts = nexts = {};
     for (std::size_t c = 0; c < classes.size(); ++c)
         for (unsigned nibble = 0; nibble < 16; ++nibble) {
-            if (classes[c].highs >> nibble & 1)
-                tables.high.bytes[nibble] |= std::uint8_t(1u << c);
-            if (classes[c].lows >> nibble & 1)
-                tables.low.bytes[nibble] |= std::uint8_t(1u << c);
+            const auto bit = std::uint8_t(1u << c);
+            firsts.high.bytes[nibble] |= classes[c].firstHighs >> nibble & 1 ? bit : 0;
+            firsts.low.bytes[nibble] |= classes[c].firstLows >> nibble & 1 ? bit : 0;
+            nexts.high.bytes[nibble] |= classes[c].nextHighs >> nibble & 1 ? bit : 0;
+            nexts.low.bytes[nibble] |= classes[c].nextLows >> nibble & 1 ? bit : 0;
         }
-    return tables;
 }
 } // namespace
 
@@ -135,10 +151,10 @@ void CandidateRules::finish() {
         }
     starts = rangesOf(first, kRanges);
     follows = rangesOf(second, kRanges);
-    startNibbles = nibbleTablesOf(first);
-    followNibbles = nibbleTablesOf(second);
+    setTables(pairClassesOf(*this, first), startNibbles, followNibbles);
 
-    lowestOffset = highestOffset = 0;
+    lowestOffset = endingPairs.empty() ? 0 : -1;
+    highestOffset = 0;
     for (const GatePair& pair : gates)
         for (const ScanGate& gate : {pair.a, pair.b}) {
             lowestOffset = std::min<int>(lowestOffset, gate.offset);
@@ -165,13 +181,14 @@ namespace {
 struct ChunkBits {
     std::uint32_t maybePair; // a zero byte, or a byte and its next byte in the pair ranges
     std::uint32_t gates;     // the byte is at most 0x40 and some chain test's gates hold
+    std::uint32_t exact = 0; // candidates that need no pair table check
 };
 
 // The one-position form of the checks: near the ends of the input (gate bytes outside it fail)
 // and on targets without SSE2.
 ChunkBits positionBits(const CandidateRules& rules, const std::uint8_t* input, std::int64_t size,
                        std::int64_t at, unsigned count) {
-    ChunkBits bits{0, 0};
+    ChunkBits bits{0, 0, 0};
     for (unsigned k = 0; k < count; ++k) {
         const std::uint8_t byte = input[at + k];
         const auto in = [](const CandidateRules::Ranges& ranges, std::uint8_t value) {
@@ -186,7 +203,14 @@ ChunkBits positionBits(const CandidateRules& rules, const std::uint8_t* input, s
                     return true;
             return false;
         };
-        if (byte == 0 || isSingle() ||
+        const auto endsPair = [&] {
+            for (const auto& pair : rules.endingPairs)
+                if (at + k >= 1 && input[at + k - 1] == pair.previous.bytes[0] &&
+                    byte == pair.byte.bytes[0])
+                    return true;
+            return false;
+        };
+        if (byte == 0 || isSingle() || endsPair() ||
             (in(rules.starts, byte) && in(rules.follows, input[at + k + 1])))
             bits.maybePair |= 1u << k;
         if (byte > 0x40)
@@ -228,6 +252,9 @@ ChunkBits chunkBits(const CandidateRules& rules, const std::uint8_t* p) {
                      _mm_and_si128(in(bytes, rules.starts), in(load(p + 1), rules.follows)));
     for (std::size_t i = 0; i < rules.singleCount; ++i)
         maybe = _mm_or_si128(maybe, _mm_cmpeq_epi8(bytes, load(rules.singles[i])));
+    for (const auto& pair : rules.endingPairs)
+        maybe = _mm_or_si128(maybe, _mm_and_si128(_mm_cmpeq_epi8(load(p - 1), load(pair.previous)),
+                                                  _mm_cmpeq_epi8(bytes, load(pair.byte))));
     __m128i gates = _mm_setzero_si128();
     for (const auto& gate : rules.gates) {
         const __m128i a = _mm_cmpeq_epi8(_mm_and_si128(load(p + gate.a.offset), load(gate.maskA)),
@@ -251,18 +278,28 @@ __attribute__((target("avx2"))) inline __m256i splat32(const CandidateRules::Spl
         _mm_load_si128(reinterpret_cast<const __m128i*>(splat.bytes)));
 }
 
-// Sets bits[c] bit k when byte 32c + k from `from` is in the set of `tables`.
-__attribute__((target("avx2"))) void nibbleBits32(std::uint32_t* bits, const std::uint8_t* from,
-                                                  std::uint32_t chunks,
-                                                  const CandidateRules::NibbleTables& tables) {
-    const __m256i low = splat32(tables.low), high = splat32(tables.high);
-    const __m256i nibble = _mm256_set1_epi8(0x0F), zero = _mm256_setzero_si256();
+// The classes (a bit each) that byte b may belong to, by the nibble tables.
+__attribute__((target("avx2"))) inline __m256i classesOf(__m256i bytes, __m256i low, __m256i high) {
+    const __m256i nibble = _mm256_set1_epi8(0x0F);
+    return _mm256_and_si256(
+        _mm256_shuffle_epi8(low, _mm256_and_si256(bytes, nibble)),
+        _mm256_shuffle_epi8(high, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble)));
+}
+
+// Sets bits[c] bit k when the bytes 32c + k and 32c + k + 1 from `from` share a pair class.
+__attribute__((target("avx2"))) void pairClassBits32(std::uint32_t* bits, const std::uint8_t* from,
+                                                     std::uint32_t chunks,
+                                                     const CandidateRules& rules) {
+    const __m256i firstLow = splat32(rules.startNibbles.low);
+    const __m256i firstHigh = splat32(rules.startNibbles.high);
+    const __m256i nextLow = splat32(rules.followNibbles.low);
+    const __m256i nextHigh = splat32(rules.followNibbles.high);
+    const __m256i zero = _mm256_setzero_si256();
     for (std::uint32_t c = 0; c < chunks; ++c) {
-        const __m256i bytes = load32(from + 32 * c);
-        const __m256i classes = _mm256_and_si256(
-            _mm256_shuffle_epi8(low, _mm256_and_si256(bytes, nibble)),
-            _mm256_shuffle_epi8(high, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble)));
-        bits[c] = ~std::uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(classes, zero)));
+        const __m256i shared =
+            _mm256_and_si256(classesOf(load32(from + 32 * c), firstLow, firstHigh),
+                             classesOf(load32(from + 32 * c + 1), nextLow, nextHigh));
+        bits[c] = ~std::uint32_t(_mm256_movemask_epi8(_mm256_cmpeq_epi8(shared, zero)));
     }
 }
 
@@ -272,9 +309,8 @@ __attribute__((target("avx2"))) void blockBits32(const CandidateRules& rules, co
                                                  std::uint32_t chunks, std::uint8_t* planes,
                                                  ChunkBits* out) {
     constexpr std::uint32_t kMaxChunks = kBlockPositions / 32;
-    std::uint32_t starts[kMaxChunks], follows[kMaxChunks], gates[kMaxChunks];
-    nibbleBits32(starts, p, chunks, rules.startNibbles);
-    nibbleBits32(follows, p + 1, chunks, rules.followNibbles);
+    std::uint32_t pairs[kMaxChunks], gates[kMaxChunks];
+    pairClassBits32(pairs, p, chunks, rules);
     gateWordsAvx2(rules, p + rules.lowestOffset, planes, gates);
     const __m256i zero = _mm256_setzero_si256(), lowest = _mm256_set1_epi8(0x40);
     for (std::uint32_t c = 0; c < chunks; ++c) {
@@ -283,10 +319,15 @@ __attribute__((target("avx2"))) void blockBits32(const CandidateRules& rules, co
         for (std::size_t i = 0; i < rules.singleCount; ++i)
             starters =
                 _mm256_or_si256(starters, _mm256_cmpeq_epi8(bytes, splat32(rules.singles[i])));
+        for (const auto& pair : rules.endingPairs)
+            starters = _mm256_or_si256(
+                starters,
+                _mm256_and_si256(_mm256_cmpeq_epi8(load32(p + 32 * c - 1), splat32(pair.previous)),
+                                 _mm256_cmpeq_epi8(bytes, splat32(pair.byte))));
         const auto alone = std::uint32_t(_mm256_movemask_epi8(starters));
         const auto low = std::uint32_t(
             _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_min_epu8(bytes, lowest), bytes)));
-        out[c] = {alone | (starts[c] & follows[c]), gates[c] & low};
+        out[c] = {pairs[c], gates[c] & low, alone};
     }
 }
 
@@ -332,9 +373,12 @@ void CandidateFinder::markBlock(std::uint32_t start) {
         for (std::uint32_t maybe = bits.maybePair; maybe != 0; maybe &= maybe - 1) {
             const int k = std::countr_zero(maybe);
             const std::uint8_t* p = input_ + at + k;
-            pairs |= std::uint32_t(rules_.hasPair(p[0] | p[1] << 8)) << k;
+            pairs |= std::uint32_t(rules_.hasPair(p[0] | p[1] << 8) ||
+                                   (p > input_ && rules_.endsPair(p[-1], p[0])))
+                     << k;
         }
-        candidates_[chunk / 2] |= std::uint64_t(pairs | bits.gates) << 32 * (chunk % 2);
+        candidates_[chunk / 2] |= std::uint64_t(pairs | bits.gates | bits.exact)
+                                  << 32 * (chunk % 2);
         gateHits_[chunk / 2] |= std::uint64_t(bits.gates) << 32 * (chunk % 2);
     }
     // Positions past the block are never candidates here.

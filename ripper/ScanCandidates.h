@@ -23,6 +23,8 @@ struct CandidateRules {
     CandidateRules() : pairs(1 << 10, 0) {}
     // Marks the positions whose byte is `first` and whose next byte is `second` (-1: any).
     void addPair(std::uint8_t first, int second);
+    // Marks the positions whose byte is `byte` and whose previous byte is `previous`.
+    void addPairEndingHere(std::uint8_t previous, std::uint8_t byte);
     // Adds the gates of a chain test. A pair already there (members of one family often share
     // theirs) costs nothing more.
     void addGates(const ScanGate& a, const ScanGate& b);
@@ -45,8 +47,9 @@ struct CandidateRules {
         std::array<Splat, kRanges> firsts{}, spans{};
     };
     Ranges starts, follows;
-    // The same sets as nibble tables, for the AVX2 pass: byte b is in the set (or in the few
-    // bytes merged in to fit eight classes) when low[b & 15] & high[b >> 4] is not 0.
+    // The pairs as nibble tables of up to eight classes, for the AVX2 pass: a byte b may start
+    // a pair of the classes low[b & 15] & high[b >> 4] of startNibbles, and its next byte may
+    // follow one of those of followNibbles; a class in both lets the position through.
     struct NibbleTables {
         Splat low, high;
     };
@@ -56,6 +59,17 @@ struct CandidateRules {
     static constexpr std::size_t kMaxSingles = 4;
     std::array<Splat, kMaxSingles> singles{};
     std::size_t singleCount = 0;
+    // Pairs marked at their second byte (a one-byte tag that needs a given byte before it).
+    struct EndingPair {
+        Splat previous, byte;
+    };
+    std::vector<EndingPair> endingPairs;
+    bool endsPair(std::uint8_t previous, std::uint8_t byte) const {
+        for (const EndingPair& pair : endingPairs)
+            if (previous == pair.previous.bytes[0] && byte == pair.byte.bytes[0])
+                return true;
+        return false;
+    }
     struct GatePair {
         ScanGate a, b;
         Splat maskA, valueA, maskB, valueB;
@@ -76,7 +90,8 @@ struct CandidateRules {
         std::uint16_t offsetA, offsetB; // gate offset minus lowestOffset: 0..255
     };
     std::vector<PlanePair> planePairs;
-    int lowestOffset = 0, highestOffset = 0; // over all gates, and 0
+    // Over all gates, and 0 (and -1 with ending pairs): the reach of a position's checks.
+    int lowestOffset = 0, highestOffset = 0;
 };
 
 // Positions of a block, and the bytes of its gate region: the block and the gates' reach.

@@ -254,4 +254,9 @@ void depackXannPacker(RipState& st) {
 }
 } // namespace
 
-const FormatSteps xannPackerSteps = {testXannPacker, ripXannPacker, depackXannPacker};
+// The first pattern address is below 0x20040: its top byte is 0 and the next at most 3.
+const FormatSteps xannPackerSteps = {testXannPacker,
+                                     ripXannPacker,
+                                     depackXannPacker,
+                                     true,
+                                     {ScanGate{-3, 0xFF, 0x00}, ScanGate{-2, 0xFC, 0x00}}};

@@ -13,11 +13,13 @@ struct Rules {
     const char* name;
     std::vector<std::pair<int, int>> pairs; // second -1: any next byte
     std::vector<std::pair<ScanGate, ScanGate>> gates;
+    std::vector<std::pair<int, int>> endingPairs{}; // (previous byte, byte)
 };
 
 const Rules kRules[] = {
     {"tags only", {{'M', '.'}, {'W', 'N'}, {0xAC, 0x1D}}, {}},
     {"single-byte tags", {{'<', -1}, {0xC0, -1}, {'1', 'C'}}, {}},
+    {"a byte after a given byte", {{'M', '.'}}, {{{-1, 0xF0, 0}, {5, 0xF0, 0}}}, {{0x03, 0xC0}}},
     {"gates of every kind",
      {{'M', '.'}},
      {{{-14, 0x0F, 0x0C}, {-15, 0x0E, 0}},
@@ -38,12 +40,14 @@ TEST(ScanCandidates, MarksExactlyThePositionsTheRulesDescribe) {
             rules.addPair(std::uint8_t(first), second);
         for (const auto& [a, b] : set.gates)
             rules.addGates(a, b);
+        for (auto [previous, byte] : set.endingPairs)
+            rules.addPairEndingHere(std::uint8_t(previous), std::uint8_t(byte));
         rules.finish();
         // Random bytes, with the bytes the rules look for made common.
         std::vector<std::uint8_t> input(300000);
         std::mt19937 random(7);
         for (auto& byte : input)
-            byte = random() % 4 == 0 ? "\0\x0c\x3cM.WN<\xc0\x7f\x01"[random() % 11] : random();
+            byte = random() % 4 == 0 ? "\0\x0c\x3cM.WN<\xc0\x7f\x03"[random() % 11] : random();
         const auto size = std::uint32_t(input.size()), end = size - 64;
         CandidateFinder finder(rules, input.data(), size, end);
         std::vector<bool> found(end);
@@ -59,8 +63,11 @@ TEST(ScanCandidates, MarksExactlyThePositionsTheRulesDescribe) {
                 };
                 gates = gates || (input[p] <= 0x40 && holds(a) && holds(b));
             }
+            bool endsPair = false;
+            for (auto [previous, byte] : set.endingPairs)
+                endsPair = endsPair || (p >= 1 && input[p - 1] == previous && input[p] == byte);
             const bool expected =
-                input[p] == 0 || rules.hasPair(input[p] | input[p + 1] << 8) || gates;
+                input[p] == 0 || rules.hasPair(input[p] | input[p + 1] << 8) || gates || endsPair;
             wrong += found[p] != expected || finder.gatesHoldAt(p) != gates;
         }
         EXPECT_EQ(wrong, 0);
