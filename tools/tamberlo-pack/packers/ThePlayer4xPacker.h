@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packer of The Player 2.2A, 3.0A, 4.0A, 4.0B and 4.1A: a plain ProTracker module as
+// Packer of The Player 2.2A, 3.0A, 4.0A, 4.0B and 4.1A: a plain ProTracker module as
 // per-position track quadruples of four-byte entries (empty-row and repeat counts; the 4.x
 // versions also refer back to runs of entries already written), and the module the ripper must
 // give back.

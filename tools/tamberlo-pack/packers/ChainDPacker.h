@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for Newtron, Newtron Old and Heatseeker, and the module the ripper must give
+// Packers for Newtron, Newtron Old and Heatseeker, and the module the ripper must give
 // back for each.
 //
 // Newtron and Newtron Old keep the sample records, the order list and every pattern as they are

@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers: turn a plain ProTracker module into the NoisePacker v2 and AC1D packed
+// Packers: turn a plain ProTracker module into the NoisePacker v2 and AC1D packed
 // layouts, and build the module the ripper must write back, with the differences the
 // conversion prescribes (zero title and names, the banner, restart byte, effects a packed format
 // cannot hold, periods snapped to the finetune-0 table, NoisePacker v2's order entry 29).

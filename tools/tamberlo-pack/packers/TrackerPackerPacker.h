@@ -1,5 +1,5 @@
 #pragma once
-// Test-side Tracker Packer packers: a plain ProTracker module as Tracker Packer v1 (whole
+// Tracker Packer packers: a plain ProTracker module as Tracker Packer v1 (whole
 // patterns of one- to three-byte cells, a pattern address per position), v2 and v3 (per-channel
 // tracks with runs of empty rows and a track table per pattern), and the module the ripper must
 // give back for each.

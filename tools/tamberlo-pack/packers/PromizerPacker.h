@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packer of Promizer 0.1, 1.0c, 1.8a, 2.0 and 4.0 (layouts in
+// Packer of Promizer 0.1, 1.0c, 1.8a, 2.0 and 4.0 (layouts in
 // ripper/formats/Promizer.h): a plain ProTracker module as whole patterns (0.1) or as patterns
 // of references into a table of its distinct cells, behind a replay routine (1.x, 2.0: a stub
 // holding only the words the ripper reads) or a tag (4.0), and the module the ripper must give

@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers of the NoisePacker family and of Noiserunner, and the module the ripper must
+// Packers of the NoisePacker family and of Noiserunner, and the module the ripper must
 // give back for each.
 //
 // NoisePacker v1 and v3 are made from the v2 packer's output, since the three versions store

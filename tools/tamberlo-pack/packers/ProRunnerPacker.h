@@ -1,5 +1,5 @@
 #pragma once
-// Test-side ProRunner packers: a plain ProTracker module as ProRunner 1 ("SNT." at 1080, cells
+// ProRunner packers: a plain ProTracker module as ProRunner 1 ("SNT." at 1080, cells
 // of sample, note number, effect, parameter) and as ProRunner 2 ("SNT!", nameless sample
 // records, cells shrunk to one byte when empty or repeating the channel's last cell), and the
 // module the ripper must give back for each.

@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for UNIC Tracker: a plain ProTracker module as UNIC v1 with a zero, "M.K."
+// Packers for UNIC Tracker: a plain ProTracker module as UNIC v1 with a zero, "M.K."
 // or "UNIC" tag, and as UNIC v2 (no tag), and the module the ripper must give back.
 //
 // UNIC loses the title, the sample names (it keeps only 20 bytes, which the ripper does not

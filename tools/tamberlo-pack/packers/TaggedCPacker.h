@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for three tagged formats: a plain ProTracker module as STIM (Slamtilt)
+// Packers for three tagged formats: a plain ProTracker module as STIM (Slamtilt)
 // ("STIM" at the start, channel streams of three-byte cells and row skips, samples behind
 // nameless records), as Fuchs Tracker ("SONG" at 192, 16 samples, ProTracker cells) and as
 // Sound FX 1.3 ("SONG" at 60, 15 samples, its own effect numbers), and the module the ripper

@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for four tagged formats, and the module the ripper must give back for each:
+// Packers for four tagged formats, and the module the ripper must give back for each:
 // Polka Packer (the ProTracker layout with doubled note numbers, tag "PWR." or "PSUX" at 1080),
 // SoundTracker 2.6 and IceTracker (the song as quadruples of 64-row ProTracker tracks, tag
 // "MTN\0" or "IT10" at 1464), TMK (nameless records, three-byte cells, sample data plain or

@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for StarTrekker Packer (nameless records, cells with the sample number times
+// Packers for StarTrekker Packer (nameless records, cells with the sample number times
 // 4 and one byte per empty cell), Xann Packer (pattern addresses as the song, re-coded effects)
 // and PHA Packer (samples before run-length coded patterns), and the module the ripper must
 // give back for each.

@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for three tagged formats: a plain ProTracker module as FC-M ("FC-M" chunks
+// Packers for three tagged formats: a plain ProTracker module as FC-M ("FC-M" chunks
 // holding the ProTracker parts unchanged), as Hornet ("HRT!" at 1080, cells of doubled sample and
 // note numbers) and as SKYT (nameless records, the song as quadruples of 64-row tracks, "SKYT"
 // behind the records), and the module the ripper must give back for each.

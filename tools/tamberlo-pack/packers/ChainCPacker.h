@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for three untagged formats: a plain ProTracker module as Game Music Creator
+// Packers for three untagged formats: a plain ProTracker module as Game Music Creator
 // (15 records with memory addresses, periods kept, its own effect numbers), as The Dark Demon
 // (records with offsets, sample data before the patterns, note numbers × 2) and as Titanics
 // Player (15 records, patterns as lists of the cells that hold something), and the module the

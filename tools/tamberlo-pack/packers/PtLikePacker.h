@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for the formats laid out like ProTracker itself: a plain ProTracker module
+// Packers for the formats laid out like ProTracker itself: a plain ProTracker module
 // as Module Protector (nameless records, no title, patterns at 378, or at 382 behind "TRK1"),
 // as Power Music ("!PM!" in place of "M.K.", each sample delta-coded) and as Wanton Packer
 // ("WN", a zero byte and the pattern count in place of "M.K."; cells of doubled note numbers),

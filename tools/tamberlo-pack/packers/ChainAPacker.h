@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for Digital Illusion, Eureka and ZEN Packer, and the module the ripper must
+// Packers for Digital Illusion, Eureka and ZEN Packer, and the module the ripper must
 // give back for each.
 //
 // Digital Illusion stores the song's patterns as cell streams (one byte for an empty cell, two

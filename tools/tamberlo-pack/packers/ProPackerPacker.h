@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packer of ProPacker v1.0, v2.1 and v3.0: a plain ProTracker module as per-position
+// Packer of ProPacker v1.0, v2.1 and v3.0: a plain ProTracker module as per-position
 // track numbers of distinct 64-row channel tracks, stored as whole cells (v1.0) or as cell
 // numbers (v2.1) or byte offsets (v3.0) into a table of the distinct cells, and the module the
 // ripper must give back.

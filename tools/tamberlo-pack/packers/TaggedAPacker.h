@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for KRIS Tracker, Kefrens Sound Machine and Fuzzac: a plain ProTracker module
+// Packers for KRIS Tracker, Kefrens Sound Machine and Fuzzac: a plain ProTracker module
 // split into per-channel tracks that every song position names (identical tracks are stored
 // once), and the module the ripper must give back for each.
 //

@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packers for four tagged formats: a plain ProTracker module as Noise From Heaven
+// Packers for four tagged formats: a plain ProTracker module as Noise From Heaven
 // (the module itself with "Fuck" for "M.K."), as Stone Arts Player ("FAST", the song as
 // quadruples of shared note-number tracks), as GnuPlayer ("GnPl", channel streams with row
 // skips and the player's own command numbers) and as GPMO ("GPMO", patterns with empty rows and

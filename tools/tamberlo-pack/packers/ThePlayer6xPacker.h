@@ -1,5 +1,5 @@
 #pragma once
-// Test-side packer of The Player 5.0A, 6.0A and 6.1A: a plain ProTracker module as per-channel
+// Packer of The Player 5.0A, 6.0A and 6.1A: a plain ProTracker module as per-channel
 // tracks of the version's entries (empty-row and repeat counts, jumps back to runs of entries
 // written before, equal tracks stored once, a sample equal to an earlier one stored as a
 // reference to it), and the module the ripper must give back.
