@@ -218,7 +218,8 @@ Bytes packPha(const ProTrackerModule& module) {
     put16(out, 436, songLength(module) * 4);
     out.insert(out.end(), module.sampleData.begin(), module.sampleData.end());
     std::map<unsigned, std::size_t> addresses;
-    for (const auto& [pattern, number] : songPatterns(module)) {
+    for (const auto& entry : songPatterns(module)) {
+        const unsigned pattern = entry.first;
         addresses[pattern] = out.size();
         const auto packed = [&](int row, int channel) {
             const Cell cell = snapped(readCell(module.patterns[pattern], row, channel));
