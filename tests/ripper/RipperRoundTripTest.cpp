@@ -1,10 +1,13 @@
 // Real music: every ProTracker module of the test media is packed as NoisePacker v2 and as
-// AC1D, hidden inside other bytes, and must come back from the ripper as the same music.
+// AC1D, hidden inside other bytes, and must come back from the ripper as the same music; the
+// ripper and the packer also run as the commands the player and developers use.
 #include "RipTestSupport.h"
 #include "RipperProcess.h"
+#include "packers/ChainAPacker.h"
 
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 namespace {
 const Packer kPackers[] = {{"NoisePacker v2", packNoisePackerV2, expectedFromNoisePackerV2},
@@ -23,9 +26,32 @@ TEST(RipperRoundTrip, AProTrackerModuleInsideOtherDataGivesNoOutput) {
     EXPECT_FALSE(std::filesystem::exists("-1.mod"));
 }
 
-std::string ripperExecutable() {
+std::string appExecutable(const char* name) {
     const char* appDir = std::getenv("TAMBERLO_APP_DIR");
-    return std::string(appDir ? appDir : ".") + "/tamberlo-rip";
+    return std::string(appDir ? appDir : ".") + "/" + name;
+}
+std::string ripperExecutable() {
+    return appExecutable("tamberlo-rip");
+}
+
+// The command-line packer writes what the ripper converts back; it refuses files that are no
+// module (1) and names it does not know (2).
+TEST(TamberloPack, PacksAModuleTheRipperGivesBack) {
+    const auto modules = mediaModules();
+    ASSERT_FALSE(modules.empty());
+    const auto module = ProTrackerModule::parse(readFile(modules.front()));
+    ASSERT_TRUE(module);
+    TempWorkDir dir;
+    const std::string pack = appExecutable("tamberlo-pack");
+    const auto run = [&](const std::string& arguments) {
+        const int status = std::system((pack + " " + arguments + " 2>/dev/null").c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    };
+    ASSERT_EQ(run("zen '" + modules.front().string() + "' packed.bin"), 0);
+    EXPECT_EQ(ripToModule(readFile("packed.bin")), expectedFromZen(*module));
+    writeFile("text.txt", Bytes(3000, 'x'));
+    EXPECT_EQ(run("zen text.txt out.bin"), 1);
+    EXPECT_EQ(run("no-such-format text.txt out.bin"), 2);
 }
 
 TEST(RipperProcess, RunsTheRipperAsAChildInTheCurrentDirectory) {
