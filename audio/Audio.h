@@ -246,6 +246,8 @@ public:
     // Ms and Pcm (UnknownLength for live streams), RawBytes (encoded size), SubsongCount.
     Result getLength(unsigned* length, TimeUnit unit) const;
     Result getType(SoundType* type) const;
+    // The display name a codec plug-in gives the sound's format (type User); empty otherwise.
+    Result getFormatName(std::string* name) const;
     // The sound's own sample rate in Hz.
     Result getDefaultFrequency(float* hz) const;
     // Reads decoded audio as 16-bit signed stereo interleaved at the sound's own rate (mono is

@@ -29,6 +29,7 @@ Result Sound::Impl::make(detail::SystemCore* core, std::unique_ptr<Decoder> deco
     impl->core_ = core;
     impl->sampleRate_ = decoder->sampleRate();
     impl->type_ = decoder->type();
+    impl->formatName_ = decoder->formatName();
     impl->rawBytes_ = decoder->lengthRawBytes();
     // A source without a known end (a live stream) cannot be decoded whole; it plays as a
     // stream whatever the mode asked.
@@ -193,6 +194,14 @@ Result Sound::getType(SoundType* type) const {
         return Result::InvalidParameter;
     }
     *type = impl_->type();
+    return Result::Ok;
+}
+
+Result Sound::getFormatName(std::string* name) const {
+    if (name == nullptr) {
+        return Result::InvalidParameter;
+    }
+    *name = impl_->formatName();
     return Result::Ok;
 }
 

@@ -10,6 +10,7 @@
 #include "FrameSource.h"
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace audio {
@@ -37,6 +38,7 @@ public:
 
     Result getLength(unsigned* length, TimeUnit unit) const;
     SoundType type() const { return type_; }
+    const std::string& formatName() const { return formatName_; }
     Result readData(void* buffer, unsigned bytes, unsigned* read);
     Result seekData(unsigned frame);
 
@@ -47,6 +49,7 @@ private:
     detail::SystemCore* core_ = nullptr;
     int sampleRate_ = 44100;
     SoundType type_ = SoundType::Unknown;
+    std::string formatName_;
     uint64_t rawBytes_ = 0;
     std::shared_ptr<detail::SharedDecoder> decoder_;
     std::shared_ptr<const std::vector<float>> pcm_;

@@ -80,8 +80,10 @@ public:
     // Logs "Audio error! (%d) %s %s" at level 2 for any result but Ok; nothing for Ok.
     void checkResult(audio::Result result, const std::string& context) const;
     // The display text of the sound's type ("MP2/MP3 MPEG", "Protracker/Fasttracker", ...);
-    // "" for an unknown type or a null sound.
+    // for a plug-in's sound the plug-in's name for the format when it gives one (at most
+    // MaxFormatNameChars characters); "" for an unknown type or a null sound.
     std::string soundTypeName(audio::Sound* sound) const;
+    static constexpr size_t MaxFormatNameChars = 49;
     static std::string soundTypeName(audio::SoundType type);
 
     // Loads `path` (file path or http URL) into `slot` (0 or 1) and leaves its channel paused at

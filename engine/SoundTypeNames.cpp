@@ -64,8 +64,15 @@ std::string SoundEngine::soundTypeName(audio::SoundType type) {
 
 std::string SoundEngine::soundTypeName(audio::Sound* sound) const {
     audio::SoundType type = audio::SoundType::Unknown;
-    if (sound != nullptr) {
-        sound->getType(&type);
+    if (sound == nullptr) {
+        return soundTypeName(type);
+    }
+    sound->getType(&type);
+    // A plug-in's own name ("C64 PSID") tells more than the plug-in type's generic text.
+    std::string pluginName;
+    if (type == audio::SoundType::User && sound->getFormatName(&pluginName) == audio::Result::Ok &&
+        !pluginName.empty()) {
+        return pluginName.substr(0, MaxFormatNameChars);
     }
     return soundTypeName(type);
 }

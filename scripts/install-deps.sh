@@ -10,6 +10,8 @@ packages=(
     qt6-base-dev qt6-base-dev-tools
     libavformat-dev libavcodec-dev libavutil-dev libswresample-dev
     libopenmpt-dev libsoxr-dev libsdl2-dev zlib1g-dev libminizip-dev
+    # the libraries of the codec plug-ins
+    libsidplayfp-dev libgme-dev libaudiofile-dev libadplug-dev libmodplug-dev
     # tests and benchmarks
     libgtest-dev libgmock-dev libbenchmark-dev
     clang libclang-rt-14-dev

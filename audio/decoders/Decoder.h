@@ -31,6 +31,9 @@ public:
     // Sample rate of the decoded output in Hz (the sound's own rate; 1..768000).
     virtual int sampleRate() const = 0;
     virtual SoundType type() const = 0;
+    // A codec plug-in's display name for the format (e.g. "C64 PSID"); empty for the built-in
+    // decoders, whose type() says it all.
+    virtual std::string formatName() const { return {}; }
     // Length of the current subsong in frames at sampleRate(), or UnknownFrames.
     virtual uint64_t lengthFrames() const = 0;
     // Size of the encoded source in bytes (file or memory block); 0 when unknown (streams).

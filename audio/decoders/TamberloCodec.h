@@ -18,11 +18,14 @@ extern "C" {
 #endif
 
 /* Raised whenever the table or the info record changes in a way old plug-ins cannot follow. */
-#define TAMBERLO_CODEC_ABI_VERSION 1u
+#define TAMBERLO_CODEC_ABI_VERSION 2u
 /* The exported entry point's name. */
 #define TAMBERLO_CODEC_ENTRY_NAME "tamberlo_codec_entry"
 /* length_frames when the length is not known. */
 #define TAMBERLO_CODEC_UNKNOWN_LENGTH (~(uint64_t)0)
+
+/* Size of TamberloCodecInfo.format_name, including the terminating NUL. */
+#define TAMBERLO_CODEC_FORMAT_NAME_SIZE 64
 
 #if defined(_WIN32)
 #define TAMBERLO_CODEC_EXPORT __declspec(dllexport)
@@ -36,6 +39,9 @@ typedef struct TamberloCodecInfo {
     uint64_t length_frames; /* frames of the selected subsong, or TAMBERLO_CODEC_UNKNOWN_LENGTH */
     int32_t subsong_count;  /* 1 or more */
     int64_t bit_rate;       /* average encoded bits per second, 0 when unknown */
+    /* The file's format for the display, e.g. "C64 PSID", NUL-terminated; "" when the plug-in
+     * has no name for it. The player shows at most the first 49 characters. */
+    char format_name[TAMBERLO_CODEC_FORMAT_NAME_SIZE];
 } TamberloCodecInfo;
 
 typedef struct TamberloCodecTable {
@@ -49,14 +55,18 @@ typedef struct TamberloCodecTable {
      * data cannot be decoded. Either may be NULL in the table when not supported. */
     void* (*open_path)(const char* path);
     void* (*open_memory)(const uint8_t* data, size_t size);
-    /* Fill `info` for the selected subsong (subsong 0 after opening). 0 on success. */
+    /* Fill `info` for the selected subsong (subsong 0 after opening). The player zeroes `info`
+     * before the call. 0 on success. */
     int (*get_info)(void* handle, TamberloCodecInfo* info);
     /* Decode up to `frames` frames of interleaved float (info.channels per frame, nominal range
-     * -1..1) into `out`. Returns the frames written; 0 at the end. */
+     * -1..1) into `out`. Returns the frames written; 0 at the end. Sounds of unknown length may
+     * never end: the player stops them. A call must return in bounded time, whatever the data. */
     size_t (*read)(void* handle, float* out, size_t frames);
-    /* Position at `frame` of the selected subsong exactly. 0 on success. */
+    /* Position at `frame` of the selected subsong exactly (by decoding and discarding where
+     * the format cannot jump). 0 on success. May be NULL: the player then cannot seek. */
     int (*seek)(void* handle, uint64_t frame);
-    /* Select subsong `index` (0-based) and position at its start. 0 on success. */
+    /* Select subsong `index` (0-based) and position at its start. 0 on success. May be NULL
+     * for plug-ins whose files have one subsong. */
     int (*select_subsong)(void* handle, int32_t index);
     void (*close)(void* handle);
 } TamberloCodecTable;

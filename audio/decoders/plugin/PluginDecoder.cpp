@@ -56,6 +56,8 @@ bool PluginDecoder::loadInfo() {
         return false;
     }
     info.bit_rate = std::max<int64_t>(0, info.bit_rate);
+    // A plug-in that forgot the terminator must not make the player read past the name.
+    info.format_name[sizeof info.format_name - 1] = '\0';
     info_ = info;
     return true;
 }

@@ -28,6 +28,7 @@ public:
 
     int sampleRate() const override { return info_.sample_rate; }
     SoundType type() const override { return SoundType::User; }
+    std::string formatName() const override { return info_.format_name; }
     uint64_t lengthFrames() const override { return info_.length_frames; }
     uint64_t lengthRawBytes() const override { return rawBytes_; }
     int64_t bitRate() const override { return info_.bit_rate; }

@@ -64,6 +64,7 @@ TEST_F(TonePlugin, DecodesItsFilesWithSubsongsAndSeeking) {
     auto decoder = open(source);
     ASSERT_TRUE(decoder);
     EXPECT_EQ(decoder->type(), SoundType::User);
+    EXPECT_EQ(decoder->formatName(), "Tamberlo tone");
     EXPECT_EQ(decoder->sampleRate(), 22050);
     EXPECT_EQ(decoder->lengthFrames(), 44100u);
     EXPECT_EQ(decoder->subsongCount(), 3);
