@@ -41,4 +41,9 @@ std::vector<float> readUpTo(audio::Decoder& decoder, size_t maxFrames);
 // `size` bytes of a fixed pseudo-random sequence (never a known format).
 std::vector<uint8_t> noiseBytes(size_t size, uint32_t seed = 1);
 
+// Checks that the plug-ins in `plugins` leave alone what belongs elsewhere: random bytes (the
+// module ripper's), a WAV file (FFmpeg's), a ProTracker module (libopenmpt's), empty and tiny
+// files. Each must be refused or opened by a built-in decoder, never by a plug-in.
+void expectLeavesForeignDataAlone(const audio::PluginRegistry& plugins);
+
 } // namespace plugin_test
