@@ -1,0 +1,158 @@
+#include "AdplugProbe.h"
+
+#include "CodecPlugin.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string>
+
+namespace adplug_codec {
+
+namespace {
+
+struct Magic {
+    size_t offset;
+    std::string_view bytes;
+    std::string_view extension;
+};
+
+using namespace std::string_view_literals;
+
+constexpr Magic Magics[] = {
+    {0, "DBRAWOPL"sv, ".dro"},
+    {0, "RAD by REALiTY!!"sv, ".rad"},
+    {0, "JCH\x26\x02\x66"sv, ".d00"},
+    {0, "_A2module_"sv, ".a2m"},
+    {0, "CTMF"sv, ".cmf"},
+    {0, "RAWADATA"sv, ".raw"},
+    {0, "SAdT"sv, ".sa2"},
+    {0, "XAD!"sv, ".xad"},
+    {0, "DFM\x1A"sv, ".dfm"},
+    {0, "MAD+"sv, ".mad"},
+    {0, "MKJamz"sv, ".mkj"},
+    {0, "CBMF"sv, ".bam"},
+    {0, "<CUD-FM-File>\x1A"sv, ".cff"},
+    {0, "ofTAZ!"sv, ".xsm"},
+    {0, "sopepos"sv, ".sop"},
+    {0, "DeFy DTM "sv, ".dtm"},
+    {0, "ObsM"sv, ".sng"},
+    {0, "FMC!"sv, ".sng"},
+    {0, "mpu401tr\x92kk\xeer@data"sv, ".mtk"},
+    {1062, "<o\xefQU\xeeRoR"sv, ".amd"},
+};
+
+// HSC-Tracker: 128 instruments of 12 bytes and 51 order bytes, then patterns of 64 rows of
+// 9 channels of 2 bytes.
+constexpr size_t HscHeaderBytes = 128 * 12 + 51;
+constexpr size_t HscPatternBytes = 64 * 9 * 2;
+constexpr size_t HscMaxPatterns = 50;
+
+std::string lowerExtension(std::string_view fileName) {
+    const size_t dot = fileName.rfind('.');
+    const size_t slash = fileName.find_last_of("/\\");
+    if (dot == std::string_view::npos || (slash != std::string_view::npos && slash > dot)) {
+        return {};
+    }
+    std::string extension(fileName.substr(dot));
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+// The registers of one OPL2 (or of either half of an OPL3): test, timers, control, the 18
+// operators' five register groups, the 9 channels' three, and the rhythm register.
+bool isOplRegister(uint8_t reg) {
+    if (reg <= 0x08) {
+        return reg != 0x06 && reg != 0x07;
+    }
+    const uint8_t low = reg & 0x1F;
+    switch (reg & 0xE0) {
+    case 0x20:
+    case 0x40:
+    case 0x60:
+    case 0x80:
+    case 0xE0:
+        return low <= 0x15 && (low & 7) != 6 && (low & 7) != 7;
+    case 0xA0:
+        return low <= 0x08 || (low >= 0x10 && low <= 0x18) || low == 0x1D;
+    case 0xC0:
+        return low <= 0x08;
+    default:
+        return false;
+    }
+}
+
+// `fileSize` 0 when unknown: then any pattern count up to the most the format has.
+bool looksLikeHsc(std::span<const uint8_t> head, size_t fileSize) {
+    if (head.size() < HscHeaderBytes) {
+        return false;
+    }
+    size_t patterns = HscMaxPatterns;
+    if (fileSize != 0) {
+        if (fileSize <= HscHeaderBytes || (fileSize - HscHeaderBytes) % HscPatternBytes != 0) {
+            return false;
+        }
+        patterns = (fileSize - HscHeaderBytes) / HscPatternBytes;
+    }
+    if (patterns > HscMaxPatterns) {
+        return false;
+    }
+    // Orders name existing patterns (bit 7 marks a transposed entry), 0xFF ends the list.
+    for (size_t i = 128 * 12; i < HscHeaderBytes && head[i] != 0xFF; ++i) {
+        if ((head[i] & 0x7F) >= patterns && head[i] < 0x80) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool looksLikeImf(std::span<const uint8_t> data) {
+    constexpr size_t LookedAt = 4096;
+    if (data.size() < 8) {
+        return false;
+    }
+    const size_t declared = data[0] | (data[1] << 8);
+    size_t start = 0;
+    size_t end = std::min(data.size(), LookedAt);
+    if (declared != 0) {
+        // Type 1: the word counts the bytes of whole records that follow it.
+        if (declared % 4 != 0 || declared + 2 > data.size()) {
+            return false;
+        }
+        start = 2;
+        end = std::min(end, declared + 2);
+    }
+    size_t records = 0;
+    bool keyOn = false;
+    for (size_t at = start; at + 4 <= end; at += 4, ++records) {
+        const uint8_t reg = data[at];
+        // Type 0 files start with an empty record of register 0.
+        if (!isOplRegister(reg) && !(reg == 0 && at == start)) {
+            return false;
+        }
+        keyOn = keyOn || ((reg & 0xF0) == 0xB0 && (data[at + 1] & 0x20) != 0);
+    }
+    return records >= 2 && keyOn;
+}
+
+std::string_view formatExtension(std::span<const uint8_t> head, std::string_view fileName,
+                                 size_t fileSize) {
+    for (const Magic& magic : Magics) {
+        if (head.size() > magic.offset &&
+            tamberlo_codec::startsWith(head.subspan(magic.offset), magic.bytes)) {
+            return magic.extension;
+        }
+    }
+    const std::string extension = lowerExtension(fileName);
+    if ((extension == ".imf" || extension == ".wlf") && looksLikeImf(head)) {
+        return extension == ".imf" ? ".imf" : ".wlf";
+    }
+    if (extension == ".hsc" && looksLikeHsc(head, fileSize)) {
+        return ".hsc";
+    }
+    return {};
+}
+
+} // namespace adplug_codec

@@ -1,0 +1,161 @@
+// The adplug plug-in through the player's decoder choice: generated IMF and DRO register dumps
+// play at the pitch their F-numbers give for as long as their delays say, seek, and damaged or
+// foreign data is left alone.
+#include "AdlibDumpWriter.h"
+#include "PluginTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+namespace {
+
+using chipgen::AdlibNote;
+using chipgen::AdlibSong;
+
+struct DumpFormat {
+    const char* extension;
+    const char* formatName;
+    std::function<std::vector<uint8_t>(const AdlibSong&)> write;
+    double toleranceMs; // IMF counts whole 560 Hz ticks
+};
+
+const DumpFormat Formats[] = {
+    {".imf", "", chipgen::writeImf, 2.5},
+    {".dro", "DOSBox Raw OPL v2.0", chipgen::writeDro, 1.5},
+};
+
+// Two notes a fifth and an octave apart, with a gap of silence between them.
+const AdlibSong TwoNotes = {{{0x244, 4, 600}, {0x1B2, 5, 500}}, 100};
+
+class AdplugPlugin : public ::testing::Test {
+protected:
+    std::unique_ptr<audio::PluginRegistry> plugins_ = plugin_test::loadPlugin(CODEC_PLUGIN_PATH);
+
+    // Opens `bytes` as `name`, expecting the plug-in to take it.
+    std::unique_ptr<audio::Decoder> open(const std::string& name, const std::vector<uint8_t>& bytes,
+                                         bool asMemory = false) {
+        auto opened = plugin_test::openBytes(plugins_.get(), name, bytes, asMemory);
+        EXPECT_EQ(opened.result, audio::Result::Ok) << name;
+        if (opened.decoder) {
+            EXPECT_EQ(opened.decoder->type(), audio::SoundType::User) << name;
+        }
+        return std::move(opened.decoder);
+    }
+};
+
+// Frames of `ms` milliseconds at `rate`.
+size_t framesOf(double ms, int rate) {
+    return static_cast<size_t>(ms * rate / 1000);
+}
+
+// The stretch [fromMs, toMs) of interleaved stereo `audio`.
+std::vector<float> stretch(const std::vector<float>& audio, int rate, double fromMs, double toMs) {
+    const size_t from = std::min(audio.size(), 2 * framesOf(fromMs, rate));
+    const size_t to = std::min(audio.size(), 2 * framesOf(toMs, rate));
+    return {audio.begin() + static_cast<std::ptrdiff_t>(from),
+            audio.begin() + static_cast<std::ptrdiff_t>(to)};
+}
+
+TEST_F(AdplugPlugin, DumpsPlayTheirNotesForTheirLength) {
+    for (const DumpFormat& format : Formats) {
+        for (const bool asMemory : {false, true}) {
+            SCOPED_TRACE(std::string(format.extension) + (asMemory ? " in memory" : " as file"));
+            auto decoder =
+                open(std::string("two") + format.extension, format.write(TwoNotes), asMemory);
+            ASSERT_TRUE(decoder);
+            const int rate = decoder->sampleRate();
+            EXPECT_EQ(decoder->subsongCount(), 1);
+            if (*format.formatName != '\0') {
+                EXPECT_EQ(decoder->formatName(), format.formatName);
+            } else {
+                EXPECT_FALSE(decoder->formatName().empty());
+            }
+            const double songMs = chipgen::adlibSongMs(TwoNotes);
+            ASSERT_NE(decoder->lengthFrames(), audio::UnknownFrames);
+            EXPECT_NEAR(decoder->lengthFrames() * 1000.0 / rate, songMs, format.toleranceMs);
+
+            const auto audio = plugin_test::readUpTo(*decoder, framesOf(2 * songMs, rate));
+            EXPECT_EQ(audio.size() / 2, decoder->lengthFrames()) << "plays exactly its length";
+            const struct {
+                double fromMs, toMs, hz; // hz 0: silence
+            } parts[] = {
+                {50, 550, chipgen::adlibNoteHz(TwoNotes.notes[0])},
+                {630, 690, 0},
+                {750, 1150, chipgen::adlibNoteHz(TwoNotes.notes[1])},
+                {1220, 1290, 0},
+            };
+            for (const auto& part : parts) {
+                const auto heard =
+                    plugin_test::listen(stretch(audio, rate, part.fromMs, part.toMs), rate);
+                if (part.hz == 0) {
+                    EXPECT_LT(heard.rms, 0.002) << "silent from " << part.fromMs << " ms";
+                } else {
+                    EXPECT_GT(heard.rms, 0.02) << "sounds from " << part.fromMs << " ms";
+                    EXPECT_NEAR(heard.frequencyHz, part.hz, 0.02 * part.hz);
+                }
+            }
+        }
+    }
+}
+
+TEST_F(AdplugPlugin, SeeksForwardAndBack) {
+    for (const DumpFormat& format : Formats) {
+        SCOPED_TRACE(format.extension);
+        auto decoder = open(std::string("seek") + format.extension, format.write(TwoNotes));
+        ASSERT_TRUE(decoder);
+        const int rate = decoder->sampleRate();
+        const auto start = plugin_test::readUpTo(*decoder, 2048);
+
+        ASSERT_EQ(decoder->seek(framesOf(800, rate)), audio::Result::Ok);
+        const auto heard = plugin_test::listen(plugin_test::readUpTo(*decoder, 8192), rate);
+        const double hz = chipgen::adlibNoteHz(TwoNotes.notes[1]);
+        EXPECT_NEAR(heard.frequencyHz, hz, 0.02 * hz);
+
+        ASSERT_EQ(decoder->seek(0), audio::Result::Ok);
+        EXPECT_EQ(plugin_test::readUpTo(*decoder, 2048), start);
+        EXPECT_NE(decoder->seek(decoder->lengthFrames() + 10), audio::Result::Ok);
+    }
+}
+
+TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
+    const auto imf = chipgen::writeImf(TwoNotes);
+    const auto dro = chipgen::writeDro(TwoNotes);
+    auto imfBadRegister = imf;
+    imfBadRegister[2 + 4 * 3] = 0xF9; // no OPL register
+    auto imfLongLength = imf;
+    imfLongLength[1] = 0x7F; // more records than the file holds
+    auto droVersion3 = dro;
+    droVersion3[8] = 3;
+    const struct {
+        std::string name;
+        std::vector<uint8_t> bytes;
+    } refused[] = {
+        {"noise.imf", plugin_test::noiseBytes(4000, 3)},
+        {"noise.wlf", plugin_test::noiseBytes(100000, 4)},
+        {"badreg.imf", imfBadRegister},
+        {"long.imf", imfLongLength},
+        {"short.imf", {imf.begin(), imf.begin() + 6}},
+        {"song.bin", imf}, // IMF has no magic: without its name it is not recognised
+        {"header.dro", {dro.begin(), dro.begin() + 20}},
+        {"codemap.dro", {dro.begin(), dro.begin() + 30}},
+        {"v3.dro", droVersion3},
+        {"noise.hsc", plugin_test::noiseBytes(1587 + 1152, 5)},
+    };
+    for (const auto& file : refused) {
+        for (const bool asMemory : {false, true}) {
+            const auto opened =
+                plugin_test::openBytes(plugins_.get(), file.name, file.bytes, asMemory);
+            if (opened.decoder) {
+                EXPECT_NE(opened.decoder->type(), audio::SoundType::User) << file.name;
+            }
+        }
+    }
+}
+
+TEST_F(AdplugPlugin, LeavesForeignDataAlone) {
+    plugin_test::expectLeavesForeignDataAlone(*plugins_);
+}
+
+} // namespace
