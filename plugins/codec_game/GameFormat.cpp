@@ -1,0 +1,140 @@
+#include "GameFormat.h"
+
+#include "CodecPlugin.h"
+#include "Gunzip.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string>
+
+namespace game_codec {
+
+namespace {
+
+using tamberlo_codec::startsWith;
+
+uint16_t little16(std::span<const uint8_t> bytes, size_t offset) {
+    return static_cast<uint16_t>(bytes[offset] | (bytes[offset + 1] << 8));
+}
+
+uint32_t little32(std::span<const uint8_t> bytes, size_t offset) {
+    return static_cast<uint32_t>(little16(bytes, offset)) |
+           (static_cast<uint32_t>(little16(bytes, offset + 2)) << 16);
+}
+
+// "Vgm ", and a BCD version of the formats' range (1.00 .. 1.99).
+bool isVgm(std::span<const uint8_t> head) {
+    return head.size() >= 0x40 && startsWith(head, "Vgm ") && little32(head, 0x08) >= 0x100 &&
+           little32(head, 0x08) < 0x200;
+}
+
+std::optional<GameFormat> identifyByMagic(std::span<const uint8_t> head) {
+    // NSF: version 1 or 2, at least one song, the first one within the count.
+    if (startsWith(head, "NESM\x1A") && head.size() >= 0x80 && (head[5] == 1 || head[5] == 2) &&
+        head[6] >= 1 && head[7] >= 1 && head[7] <= head[6]) {
+        return GameFormat{gme_nsf_type, "NSF"};
+    }
+    if (startsWith(head, "NSFE") && head.size() >= 12) {
+        return GameFormat{gme_nsfe_type, "NSFE"};
+    }
+    if (startsWith(head, "SNES-SPC700 Sound File Data") && head.size() >= 0x100) {
+        return GameFormat{gme_spc_type, "SPC"};
+    }
+    if (startsWith(head, "GBS\x01") && head.size() >= 0x70 && head[4] >= 1) {
+        return GameFormat{gme_gbs_type, "GBS"};
+    }
+    if (isVgm(head)) {
+        return GameFormat{gme_vgm_type, "VGM"};
+    }
+    if (startsWith(head, "HESM") && head.size() >= 0x20) {
+        return GameFormat{gme_hes_type, "HES"};
+    }
+    if ((startsWith(head, "KSCC") || startsWith(head, "KSSX")) && head.size() >= 0x10) {
+        return GameFormat{gme_kss_type, "KSS"};
+    }
+    if (startsWith(head, "ZXAYEMUL") && head.size() >= 0x14) {
+        return GameFormat{gme_ay_type, "AY"};
+    }
+    if (startsWith(head, "SAP\r\n")) {
+        return GameFormat{gme_sap_type, "SAP"};
+    }
+    if (startsWith(head, "GYMX") && head.size() >= 0x1AC) {
+        return GameFormat{gme_gym_type, "GYM"};
+    }
+    return std::nullopt;
+}
+
+bool hasGymName(std::string_view fileName) {
+    if (fileName.size() < 4) {
+        return false;
+    }
+    std::string extension(fileName.substr(fileName.size() - 4));
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension == ".gym";
+}
+
+} // namespace
+
+bool looksLikeHeaderlessGym(std::span<const uint8_t> head, bool wholeFile) {
+    bool wrote = false;
+    size_t at = 0;
+    while (at < head.size()) {
+        // Command sizes: 0 waits a frame, 1 and 2 write a YM2612 register (port 0 or 1),
+        // 3 writes the PSG.
+        static constexpr size_t Sizes[] = {1, 3, 3, 2};
+        if (head[at] > 3) {
+            return false;
+        }
+        const size_t size = Sizes[head[at]];
+        if (at + size > head.size()) {
+            return !wholeFile && wrote;
+        }
+        wrote = wrote || head[at] != 0;
+        at += size;
+    }
+    return wrote;
+}
+
+bool isComplete(const GameFormat& format, std::span<const uint8_t> data) {
+    if (format.type == gme_vgm_type) {
+        // End of file, start of the commands and GD3 tag: offsets relative to their fields.
+        if (data.size() < 0x40) {
+            return false;
+        }
+        const uint64_t end = uint64_t{little32(data, 0x04)} + 0x04;
+        const uint64_t gd3 = little32(data, 0x14);
+        const uint64_t commands = little32(data, 0x08) >= 0x150 && little32(data, 0x34) != 0
+                                      ? uint64_t{little32(data, 0x34)} + 0x34
+                                      : 0x40;
+        return end <= data.size() && commands < end && (gd3 == 0 || gd3 + 0x14 < end);
+    }
+    if (format.type == gme_nsf_type) {
+        return data.size() > 0x80; // header and at least one byte of code
+    }
+    if (format.type == gme_spc_type) {
+        return data.size() >= 0x10180; // header, 64 KiB of RAM and the DSP registers
+    }
+    return true;
+}
+
+std::optional<GameFormat> identifyGameFormat(std::span<const uint8_t> head,
+                                             std::string_view fileName) {
+    if (auto format = identifyByMagic(head)) {
+        return format;
+    }
+    if (isGzip(head)) {
+        const auto start = gunzipHead(head, 0x40);
+        if (start && isVgm(*start)) {
+            return GameFormat{gme_vgm_type, "VGZ", true};
+        }
+        return std::nullopt;
+    }
+    // A cut prefix is what the player probes with when the file is larger than the head.
+    if (hasGymName(fileName) && looksLikeHeaderlessGym(head, head.size() < 4096)) {
+        return GameFormat{gme_gym_type, "GYM"};
+    }
+    return std::nullopt;
+}
+
+} // namespace game_codec

@@ -1,0 +1,38 @@
+#pragma once
+// Which of libgme's formats a file is, decided strictly by content: libgme's own loaders accept
+// loose data, so a file is claimed only when its header says what it is. The one exception is
+// a headerless GYM (a bare stream of chip writes), claimed only with a ".gym" name and a start
+// that is nothing but well-formed GYM commands.
+//
+// Threading: pure functions, callable from any thread.
+
+#include <gme/gme.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace game_codec {
+
+struct GameFormat {
+    gme_type_t type = nullptr; // libgme's emulator for it
+    const char* label = "";    // short format name for the display, e.g. "NSF"
+    bool gzipped = false;      // VGZ: the data must be decompressed first
+};
+
+// The format that `head` (the first bytes of the file, up to 4 KiB) starts, or nothing.
+// `fileName` (may be empty) only matters for headerless GYM.
+std::optional<GameFormat> identifyGameFormat(std::span<const uint8_t> head,
+                                             std::string_view fileName);
+
+// True when the whole file `data` holds what its header promises (the parts libgme reads
+// beyond the header are there), so that truncated files are refused rather than half played.
+bool isComplete(const GameFormat& format, std::span<const uint8_t> data);
+
+// True when `head` is a plausible headerless GYM stream: only GYM commands (frame waits and
+// chip writes), at least one write; a command cut by the end of `head` is allowed only when
+// `head` is a cut-off prefix (`wholeFile` false).
+bool looksLikeHeaderlessGym(std::span<const uint8_t> head, bool wholeFile);
+
+} // namespace game_codec

@@ -1,0 +1,28 @@
+#pragma once
+// Small files of the game-music formats besides VGM (see chipgen's VgmWriter.h), made in code
+// for the plug-in's tests and fuzz seeds.
+//
+// Threading: pure functions.
+
+#include <cstdint>
+#include <vector>
+
+namespace game_test {
+
+// NES pulse timer periods of the two songs of twoSongNsf().
+inline constexpr uint16_t NsfPulsePeriods[2] = {253, 169};
+// Frequency in Hz of NES pulse timer period `period` (NTSC CPU clock).
+double nesPulseHz(uint16_t period);
+
+// An NSF with two songs: each one's init routine starts the first pulse channel at full volume
+// on NsfPulsePeriods[song] and leaves it playing; the play routine does nothing.
+std::vector<uint8_t> twoSongNsf();
+
+// A headerless GYM stream: the PSG's first tone channel plays `period` (same clock and formula
+// as VGM's SN76489) for `frames` frames of 1/60 s.
+std::vector<uint8_t> headerlessGym(uint16_t period, int frames);
+
+// `bytes` compressed as one gzip member.
+std::vector<uint8_t> gzipped(const std::vector<uint8_t>& bytes);
+
+} // namespace game_test
