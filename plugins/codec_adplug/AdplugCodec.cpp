@@ -101,6 +101,20 @@ bool AdplugCodec::restart() {
     return true;
 }
 
+bool AdplugCodec::jump(uint64_t frame) {
+    restart();
+    for (uint64_t tick = 0; tickEnd_ < frame; ++tick) {
+        if (tick >= MaxSeekTicks || !player_->update()) {
+            ended_ = true;
+            emitted_ = tickEnd_;
+            return false;
+        }
+        tickEnd_ = clock_.advance(player_->getrefresh());
+    }
+    emitted_ = frame;
+    return true;
+}
+
 size_t AdplugCodec::decode(float* out, size_t frames) {
     size_t written = 0;
     while (written < frames && !ended_) {

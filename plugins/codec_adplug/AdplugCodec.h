@@ -1,6 +1,7 @@
 #pragma once
 // One AdLib song played by libadplug: the format's player drives a Nuked OPL3 emulator at the
-// chip's own rate, stereo. The length of a subsong is found by running its player silently
+// chip's own rate, stereo (Nuked keeps all its state in the instance, so songs on different
+// threads do not share anything). The length of a subsong is found by running its player silently
 // (bounded to MaxLengthSeconds of song time); longer or endless songs have an unknown length.
 //
 // Threading: as tamberlo_codec::Codec: one thread at a time.
@@ -28,6 +29,8 @@ public:
     static constexpr double MaxLengthSeconds = 20 * 60;
     // Most player ticks the length scan runs (20 minutes at 1250 Hz).
     static constexpr uint64_t MaxLengthTicks = 1'500'000;
+    // Most player ticks a seek runs through.
+    static constexpr uint64_t MaxSeekTicks = 4 * MaxLengthTicks;
     // Subsongs offered at most.
     static constexpr int MaxSubsongs = 256;
 
@@ -42,6 +45,10 @@ protected:
     size_t decode(float* out, size_t frames) override;
     bool restart() override;
     bool select(int index) override;
+    // Runs the player's ticks up to `frame` without rendering sound, so a seek costs the
+    // player's work only. Held notes start their envelopes anew there. False past the end
+    // (the song is then at its end).
+    bool jump(uint64_t frame) override;
 
 private:
     AdplugCodec(std::unique_ptr<Copl> opl, std::unique_ptr<MemoryFileProvider> provider);

@@ -33,7 +33,8 @@ struct AdplugPlugin {
         std::string_view extension = adplug_codec::formatExtension(head, name, data.size());
         // A memory block comes without its name; the player opens it only after probe claimed
         // it, which for data without magic means the name said IMF.
-        if (extension.empty() && pathOrNull == nullptr && adplug_codec::looksLikeImf(head)) {
+        if (extension.empty() && pathOrNull == nullptr &&
+            adplug_codec::looksLikeImf(head, data.size())) {
             extension = ".imf";
         }
         if (extension.empty()) {

@@ -108,17 +108,17 @@ bool looksLikeHsc(std::span<const uint8_t> head, size_t fileSize) {
 
 } // namespace
 
-bool looksLikeImf(std::span<const uint8_t> data) {
+bool looksLikeImf(std::span<const uint8_t> head, size_t fileSize) {
     constexpr size_t LookedAt = 4096;
-    if (data.size() < 8) {
+    if (head.size() < 8 || (fileSize != 0 && fileSize < 8)) {
         return false;
     }
-    const size_t declared = data[0] | (data[1] << 8);
+    const size_t declared = head[0] | (head[1] << 8);
     size_t start = 0;
-    size_t end = std::min(data.size(), LookedAt);
+    size_t end = std::min(head.size(), LookedAt);
     if (declared != 0) {
         // Type 1: the word counts the bytes of whole records that follow it.
-        if (declared % 4 != 0 || declared + 2 > data.size()) {
+        if (declared % 4 != 0 || (fileSize != 0 && declared + 2 > fileSize)) {
             return false;
         }
         start = 2;
@@ -127,12 +127,12 @@ bool looksLikeImf(std::span<const uint8_t> data) {
     size_t records = 0;
     bool keyOn = false;
     for (size_t at = start; at + 4 <= end; at += 4, ++records) {
-        const uint8_t reg = data[at];
+        const uint8_t reg = head[at];
         // Type 0 files start with an empty record of register 0.
         if (!isOplRegister(reg) && !(reg == 0 && at == start)) {
             return false;
         }
-        keyOn = keyOn || ((reg & 0xF0) == 0xB0 && (data[at + 1] & 0x20) != 0);
+        keyOn = keyOn || ((reg & 0xF0) == 0xB0 && (head[at + 1] & 0x20) != 0);
     }
     return records >= 2 && keyOn;
 }
@@ -146,7 +146,7 @@ std::string_view formatExtension(std::span<const uint8_t> head, std::string_view
         }
     }
     const std::string extension = lowerExtension(fileName);
-    if ((extension == ".imf" || extension == ".wlf") && looksLikeImf(head)) {
+    if ((extension == ".imf" || extension == ".wlf") && looksLikeImf(head, fileSize)) {
         return extension == ".imf" ? ".imf" : ".wlf";
     }
     if (extension == ".hsc" && looksLikeHsc(head, fileSize)) {

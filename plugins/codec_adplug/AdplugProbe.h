@@ -31,8 +31,9 @@ namespace adplug_codec {
 std::string_view formatExtension(std::span<const uint8_t> head, std::string_view fileName,
                                  size_t fileSize);
 
-// True when `data` (from its start, at most the first 4 KiB looked at) reads as an IMF
-// register stream: a plausible length word and OPL2 registers in every record.
-bool looksLikeImf(std::span<const uint8_t> data);
+// True when `head` (the file's start; at most 4 KiB are looked at) reads as an IMF register
+// stream: a length word that fits the file (`fileSize` bytes, 0 when unknown), OPL registers in
+// every record and a key-on among them.
+bool looksLikeImf(std::span<const uint8_t> head, size_t fileSize);
 
 } // namespace adplug_codec

@@ -119,6 +119,35 @@ TEST_F(AdplugPlugin, SeeksForwardAndBack) {
     }
 }
 
+TEST_F(AdplugPlugin, MeasuresLongDumpsAndGivesUpOnOverlongOnes) {
+    AdlibSong manyNotes; // over 4 KiB: more than the probe sees
+    for (uint16_t i = 0; i < 400; ++i) {
+        manyNotes.notes.push_back({static_cast<uint16_t>(0x180 + i), 4, 20});
+    }
+    const AdlibSong overlong = {{{0x244, 4, 25 * 60 * 1000}}, 0};
+    for (const DumpFormat& format : Formats) {
+        for (const AdlibSong* song :
+             std::initializer_list<const AdlibSong*>{&manyNotes, &overlong}) {
+            const auto bytes = format.write(*song);
+            SCOPED_TRACE(std::string(format.extension) + " of " + std::to_string(bytes.size()) +
+                         " bytes");
+            auto decoder = open(std::string("long") + format.extension, bytes);
+            ASSERT_TRUE(decoder);
+            const int rate = decoder->sampleRate();
+            const double songMs = chipgen::adlibSongMs(*song);
+            if (song == &overlong) {
+                EXPECT_EQ(decoder->lengthFrames(), audio::UnknownFrames);
+            } else {
+                EXPECT_NEAR(decoder->lengthFrames() * 1000.0 / rate, songMs, format.toleranceMs);
+            }
+            const auto heard =
+                plugin_test::listen(plugin_test::readUpTo(*decoder, framesOf(1000, rate)), rate);
+            EXPECT_EQ(heard.frames, framesOf(1000, rate));
+            EXPECT_GT(heard.rms, 0.02);
+        }
+    }
+}
+
 TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
     const auto imf = chipgen::writeImf(TwoNotes);
     const auto dro = chipgen::writeDro(TwoNotes);
