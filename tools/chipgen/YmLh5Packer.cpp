@@ -336,6 +336,30 @@ void putLittle(std::vector<uint8_t>& out, uint32_t value, int bytes) {
     }
 }
 
+// Level 2: a 16-bit total header size first, the name in an extended header.
+std::vector<uint8_t> levelTwoArchive(std::span<const uint8_t> data,
+                                     const std::vector<uint8_t>& packed, const std::string& method,
+                                     const std::string& name) {
+    std::vector<uint8_t> archive(2, 0);
+    archive.insert(archive.end(), method.begin(), method.end());
+    putLittle(archive, static_cast<uint32_t>(packed.size()), 4);
+    putLittle(archive, static_cast<uint32_t>(data.size()), 4);
+    putLittle(archive, 1700000000, 4); // a Unix time
+    archive.push_back(0x20);
+    archive.push_back(2);
+    putLittle(archive, lhaChecksum(data), 2);
+    archive.push_back('U');
+    putLittle(archive, static_cast<uint32_t>(3 + name.size()), 2);
+    archive.push_back(0x01); // file name
+    archive.insert(archive.end(), name.begin(), name.end());
+    putLittle(archive, 0, 2); // no more extended headers
+    archive[0] = static_cast<uint8_t>(archive.size());
+    archive[1] = static_cast<uint8_t>(archive.size() >> 8);
+    archive.insert(archive.end(), packed.begin(), packed.end());
+    archive.push_back(0);
+    return archive;
+}
+
 } // namespace
 
 std::vector<uint8_t> lh5Compress(std::span<const uint8_t> data, size_t blockSymbols) {
@@ -352,6 +376,9 @@ std::vector<uint8_t> lhaArchive(std::span<const uint8_t> data, const LhaMemberOp
     const auto packed =
         options.stored ? std::vector<uint8_t>(data.begin(), data.end()) : lh5Compress(data);
     const std::string method = options.stored ? "-lh0-" : "-lh5-";
+    if (options.level == 2) {
+        return levelTwoArchive(data, packed, method, options.name);
+    }
     std::vector<uint8_t> header;
     header.insert(header.end(), method.begin(), method.end());
     // Level 1 counts its extended headers (here only the terminating size) in the packed size.

@@ -1,6 +1,6 @@
 #pragma once
 // Our own LHA packer for test media: the -lh5- method (LZSS over an 8 KiB window, greedy
-// matching, static Huffman tables per block) and one-member archives with a level 0 or 1
+// matching, static Huffman tables per block) and one-member archives with a level 0, 1 or 2
 // header around it, or the data stored as -lh0-.
 //
 // Threading: pure functions, callable from any thread.
@@ -18,7 +18,7 @@ std::vector<uint8_t> lh5Compress(std::span<const uint8_t> data, size_t blockSymb
 
 struct LhaMemberOptions {
     std::string name = "song.ym";
-    int level = 0;       // header level, 0 or 1
+    int level = 0;       // header level, 0, 1 or 2
     bool stored = false; // -lh0- instead of -lh5-
 };
 

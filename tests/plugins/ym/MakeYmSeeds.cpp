@@ -1,4 +1,4 @@
-// Writes seed inputs for the ym fuzz target: YM5 dumps plain and LHA-packed (levels 0 and 1,
+// Writes seed inputs for the ym fuzz target: YM5 dumps plain and LHA-packed (levels 0, 1 and 2,
 // -lh5- and stored), a YM3b and a YM6 with effects and a digidrum.
 #include "YmLh5Packer.h"
 #include "YmWriter.h"
@@ -34,6 +34,7 @@ int main(int argc, char** argv) {
     save(folder, "plain.ym", ym5);
     save(folder, "lh5-level0.lha", chipgen::lhaArchive(ym5, {}));
     save(folder, "lh5-level1.lha", chipgen::lhaArchive(ym5, {"song.ym", 1, false}));
+    save(folder, "lh5-level2.lha", chipgen::lhaArchive(ym5, {"song.ym", 2, false}));
     save(folder, "stored.lha", chipgen::lhaArchive(ym5, {"song.ym", 0, true}));
     save(folder, "ym3b.ym", chipgen::writeYm(song, chipgen::YmFormat::Ym3b));
 

@@ -68,6 +68,7 @@ TEST(YmLha, PackedDataComesBackUnchanged) {
         {"runs and noise", mixed(50000), {}},
         {"YM5 dump", ym5Song(), {}},
         {"stored", repeatedText(5000), {"a.ym", 0, true}},
+        {"level 2", mixed(40000), {"level2.ym", 2, false}},
     };
     for (const auto& c : cases) {
         const Bytes archive = chipgen::lhaArchive(c.data, c.options);
