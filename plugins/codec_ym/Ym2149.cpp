@@ -1,5 +1,6 @@
 #include "Ym2149.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace ym {
@@ -17,6 +18,27 @@ const std::array<float, 32> VolumeLevels = [] {
 
 constexpr uint8_t RegisterMasks[16] = {0xFF, 0x0F, 0xFF, 0x0F, 0xFF, 0x0F, 0x1F, 0xFF,
                                        0x1F, 0x1F, 0x1F, 0xFF, 0xFF, 0x0F, 0xFF, 0xFF};
+
+// Steps until a counter that is at `counter` of `period` fires (at least 1: a period lowered
+// below the count fires on the next step).
+uint32_t stepsUntil(uint32_t counter, uint32_t period) {
+    return counter < period ? period - counter : 1;
+}
+
+// Moves a counter on by `steps` and returns how often it fired: it fires and restarts at 0
+// on reaching `period`, or on the first step when a lowered period left it above.
+uint32_t advance(uint32_t& counter, uint32_t period, uint32_t steps) {
+    uint32_t fired = 0;
+    if (counter >= period && steps > 0) {
+        counter = 0;
+        fired = 1;
+        --steps;
+    }
+    counter += steps;
+    fired += counter / period;
+    counter %= period;
+    return fired;
+}
 
 } // namespace
 
@@ -79,24 +101,7 @@ void Ym2149::stepEnvelope() {
     }
 }
 
-float Ym2149::step() {
-    for (size_t channel = 0; channel < 3; ++channel) {
-        if (++toneCounter_[channel] >= tonePeriod_[channel]) {
-            toneCounter_[channel] = 0;
-            toneHigh_[channel] = !toneHigh_[channel];
-        }
-    }
-    const uint32_t noisePeriod = registers_[6] == 0 ? 1 : registers_[6];
-    if (++noiseCounter_ >= 2 * noisePeriod) {
-        noiseCounter_ = 0;
-        // 17-bit shift register with taps at bits 0 and 3.
-        const uint32_t feedback = (noiseShift_ ^ (noiseShift_ >> 3)) & 1;
-        noiseShift_ = (noiseShift_ >> 1) | (feedback << 16);
-    }
-    if (++envelopeCounter_ >= envelopePeriod_) {
-        envelopeCounter_ = 0;
-        stepEnvelope();
-    }
+float Ym2149::level() const {
     const int envelopeLevel =
         envelopeHolding_ ? envelopeHeldLevel_ : (envelopePosition_ ^ envelopeInvert_);
     const bool noiseHigh = (noiseShift_ & 1) != 0;
@@ -115,6 +120,58 @@ float Ym2149::step() {
         sum += VolumeLevels[static_cast<size_t>(level)];
     }
     return sum / 3;
+}
+
+float Ym2149::run(uint32_t steps) {
+    // Counters whose flips cannot be heard (their channels are off or silent) are moved on
+    // in whole stretches; between two audible events the output holds still and is added up
+    // at once.
+    const uint8_t mixer = registers_[7];
+    std::array<bool, 3> toneHeard{};
+    bool noiseHeard = false;
+    bool envelopeHeard = false;
+    for (size_t channel = 0; channel < 3; ++channel) {
+        const uint8_t amplitude = registers_[8 + channel];
+        const bool sounds = amplitude != 0;
+        toneHeard[channel] = sounds && (mixer & (1u << channel)) == 0;
+        noiseHeard = noiseHeard || (sounds && (mixer & (8u << channel)) == 0);
+        envelopeHeard = envelopeHeard || (amplitude & 0x10) != 0;
+    }
+    const uint32_t noisePeriod = 2 * (registers_[6] == 0 ? 1u : registers_[6]);
+    float sum = 0;
+    while (steps > 0) {
+        uint32_t stretch = steps;
+        for (size_t channel = 0; channel < 3; ++channel) {
+            if (toneHeard[channel]) {
+                stretch =
+                    std::min(stretch, stepsUntil(toneCounter_[channel], tonePeriod_[channel]));
+            }
+        }
+        if (noiseHeard) {
+            stretch = std::min(stretch, stepsUntil(noiseCounter_, noisePeriod));
+        }
+        if (envelopeHeard && !envelopeHolding_) {
+            stretch = std::min(stretch, stepsUntil(envelopeCounter_, envelopePeriod_));
+        }
+        sum += level() * static_cast<float>(stretch);
+        steps -= stretch;
+        for (size_t channel = 0; channel < 3; ++channel) {
+            const uint32_t flips = advance(toneCounter_[channel], tonePeriod_[channel], stretch);
+            toneHigh_[channel] = toneHigh_[channel] != ((flips & 1) != 0);
+        }
+        for (uint32_t shifts = advance(noiseCounter_, noisePeriod, stretch); shifts > 0; --shifts) {
+            // 17-bit shift register with taps at bits 0 and 3.
+            const uint32_t feedback = (noiseShift_ ^ (noiseShift_ >> 3)) & 1;
+            noiseShift_ = (noiseShift_ >> 1) | (feedback << 16);
+        }
+        if (!envelopeHolding_) {
+            for (uint32_t moves = advance(envelopeCounter_, envelopePeriod_, stretch);
+                 moves > 0 && !envelopeHolding_; --moves) {
+                stepEnvelope();
+            }
+        }
+    }
+    return sum;
 }
 
 } // namespace ym

@@ -25,11 +25,13 @@ public:
     // Writing register 13 restarts the envelope with that shape.
     void write(int reg, uint8_t value);
     uint8_t read(int reg) const { return registers_[static_cast<size_t>(reg & 15)]; }
-    // Advances one step (clock / 8) and returns the mixed output, 0..1.
-    float step();
+    // Advances `steps` steps (of clock / 8) and returns the sum of the mixed output over them,
+    // each 0..1. Work grows with the number of counter events, at most one per step.
+    float run(uint32_t steps);
 
 private:
     void stepEnvelope();
+    float level() const; // the mixed output now, 0..1
 
     std::array<uint8_t, 16> registers_{};
     std::array<uint32_t, 3> toneCounter_{};

@@ -1,6 +1,7 @@
 #include "YmPlayer.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace ym {
 
@@ -82,12 +83,22 @@ void YmPlayer::applyFrame(size_t index) {
     }
 }
 
-void YmPlayer::runEffects() {
+uint32_t YmPlayer::stepsToNextEffect(uint32_t limit) const {
+    for (const auto& slot : effects_) {
+        if (slot.effect != Effect::None) {
+            const double steps = std::ceil((1 - slot.phase) / slot.step);
+            limit = static_cast<uint32_t>(std::clamp(steps, 1.0, static_cast<double>(limit)));
+        }
+    }
+    return limit;
+}
+
+void YmPlayer::runEffects(uint32_t steps) {
     for (auto& slot : effects_) {
         if (slot.effect == Effect::None) {
             continue;
         }
-        slot.phase += slot.step;
+        slot.phase += slot.step * steps;
         if (slot.phase < 1) {
             continue;
         }
@@ -129,15 +140,16 @@ void YmPlayer::runEffects() {
 
 float YmPlayer::nextSample() {
     stepBudget_ += stepsPerSample_;
-    float sum = 0;
-    int steps = 0;
-    while (stepBudget_ >= 1) {
-        stepBudget_ -= 1;
-        runEffects();
-        sum += chip_.step();
-        ++steps;
-    }
+    auto steps = static_cast<uint32_t>(stepBudget_);
+    stepBudget_ -= steps;
     if (steps > 0) {
+        float sum = 0;
+        for (uint32_t left = steps; left > 0;) {
+            const uint32_t stretch = stepsToNextEffect(left);
+            sum += chip_.run(stretch);
+            runEffects(stretch);
+            left -= stretch;
+        }
         lastLevel_ = sum / static_cast<float>(steps);
     }
     // A one-pole high-pass takes out the chip's DC offset.

@@ -45,7 +45,9 @@ private:
     void applyFrame(size_t index);
     void setEffect(EffectSlot& slot, Effect effect, int voice, int predivisor, int count,
                    uint8_t value);
-    void runEffects();
+    // Steps (1..limit) until the next effect timer event; `limit` when none runs.
+    uint32_t stepsToNextEffect(uint32_t limit) const;
+    void runEffects(uint32_t steps);
     float nextSample();
     uint64_t frameAt(uint64_t sample) const;
 
