@@ -6,24 +6,37 @@ namespace fc {
 
 namespace {
 
-// Rows step `step` plays: up to the first end note in any voice, else all 32.
-uint8_t rowsOf(const Module& module, const Step& step) {
-    for (int row = 0; row < PatternRows; ++row) {
-        for (int v = 0; v < Voices; ++v) {
-            if (module.patternRow(step.pattern[v], row).first == PatternEndNote) {
-                return static_cast<uint8_t>(row);
-            }
+// Rows each pattern plays: up to its first end note, else all 32 (missing patterns read as
+// empty, so they play all 32).
+std::array<uint8_t, 256> patternRows(const Module& module) {
+    std::array<uint8_t, 256> rows{};
+    for (int pattern = 0; pattern < 256; ++pattern) {
+        int row = 0;
+        while (row < PatternRows && module.patternRow(pattern, row).first != PatternEndNote) {
+            ++row;
         }
+        rows[static_cast<size_t>(pattern)] = static_cast<uint8_t>(row);
     }
-    return PatternRows;
+    return rows;
+}
+
+// Rows a step plays: the step ends at the first end note in any voice.
+uint8_t rowsOf(const std::array<uint8_t, 256>& patternRows, const Step& step) {
+    uint8_t rows = PatternRows;
+    for (int v = 0; v < Voices; ++v) {
+        rows = std::min(rows, patternRows[step.pattern[v]]);
+    }
+    return rows;
 }
 
 } // namespace
 
 Replay::Replay(const Module& module) : module_(module) {
+    const auto rows = patternRows(module);
     int speed = DefaultSpeed;
+    stepRows_.reserve(module.steps().size());
     for (const Step& step : module.steps()) {
-        stepRows_.push_back(rowsOf(module, step));
+        stepRows_.push_back(rowsOf(rows, step));
         speed = step.speed != 0 ? step.speed : speed;
         songTicks_ += uint64_t{stepRows_.back()} * static_cast<uint64_t>(speed);
     }
