@@ -82,6 +82,9 @@ std::optional<TrackFacts> checkedFacts(AFfilehandle file, uint64_t fileBytes) {
 class AudioFileCodec final : public tamberlo_codec::Codec {
 public:
     static std::unique_ptr<AudioFileCodec> open(std::span<const uint8_t> data) {
+        if (!audiofile_codec::fitsInFile(data)) {
+            return nullptr;
+        }
         // The cursor lives on the heap so that it stays put when the codec is moved into place.
         auto cursor = std::make_unique<MemoryCursor>();
         cursor->data = data;

@@ -34,6 +34,15 @@ bool isClaimedFormat(std::span<const uint8_t> head) {
            startsWith(head, "NIST_1A\n") || isIff8svx(head) || isIrcam(head);
 }
 
+bool fitsInFile(std::span<const uint8_t> data) {
+    if (!isIff8svx(data)) {
+        return true;
+    }
+    const uint64_t formBytes = (uint64_t{data[4]} << 24) | (uint64_t{data[5]} << 16) |
+                               (uint64_t{data[6]} << 8) | uint64_t{data[7]};
+    return formBytes + 8 <= data.size();
+}
+
 std::string_view formatDisplayName(int fileFormat) {
     switch (fileFormat) {
     case AF_FILE_SAMPLEVISION:

@@ -40,8 +40,9 @@ void keepCursor(AFvirtualfile*) {}
 AFfileoffset seekTo(AFvirtualfile* file, AFfileoffset offset, int isRelative) {
     MemoryCursor& cursor = cursorOf(file);
     const int64_t base = isRelative ? static_cast<int64_t>(cursor.position) : 0;
-    // Offsets come from the file's headers: refuse targets before the start or absurdly far.
-    if (offset < -base || offset > INT64_MAX / 2 - base) {
+    // Offsets come from the file's headers: refuse targets outside the block, so that a broken
+    // header ends parsing instead of reading nothing from far beyond the end.
+    if (offset < -base || offset > static_cast<int64_t>(cursor.data.size()) - base) {
         return -1;
     }
     cursor.position = static_cast<uint64_t>(base + offset);
