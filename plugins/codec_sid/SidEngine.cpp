@@ -7,12 +7,19 @@
 #include <sidplayfp/builders/residfp.h>
 #include <sidplayfp/sidplayfp.h>
 
+#include <mutex>
+
 namespace sid {
 
 namespace {
-// A fixed delay between power-on and the tune's init, so that every start of a subsong
-// renders the same samples (the library's default picks a random one).
+// A fixed delay between power-on and the tune's init, so that every start of a subsong sounds
+// the same, as seeking by decoding from the start needs (the library's default picks a random
+// delay; its output dither still varies the lowest bit).
 constexpr uint_least16_t PowerOnDelayCycles = 0;
+
+// Engines are set up one at a time: the first chip created in the process fills tables that
+// all chips share, and nothing promises that doing so from two threads at once is safe.
+std::mutex setupMutex;
 } // namespace
 
 SidEngine::SidEngine() = default;
@@ -49,7 +56,8 @@ bool SidEngine::start(int index) {
         return false;
     }
     // A fresh engine and chips each time: loading the tune again into a used engine keeps some
-    // chip state, so the same subsong would not render the same samples twice.
+    // chip state, so the same subsong would not sound the same twice.
+    const std::lock_guard lock(setupMutex);
     ready_ = false;
     engine_.reset();
     builder_ = std::make_unique<ReSIDfpBuilder>("Tamberlo");

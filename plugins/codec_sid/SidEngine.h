@@ -3,8 +3,9 @@
 // rendering 16-bit samples. Owns the tune, the chip builder and the engine (in the order the
 // engine needs them to outlive it).
 //
-// There are no C64 ROM images here (they are not free to ship): the engine runs PSID tunes and
-// RSID tunes that bring their own interrupt handling; tunes that need the BASIC ROM are refused.
+// There are no C64 ROM images here (they are not free to ship). The engine runs PSID tunes and
+// RSID tunes without them, but an RSID that calls KERNAL routines may play wrongly (that cannot
+// be told from the file); tunes that need the BASIC ROM are refused.
 //
 // Threading: one thread at a time per engine.
 

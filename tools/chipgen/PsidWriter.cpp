@@ -135,6 +135,7 @@ std::vector<uint8_t> writePsid(const PsidDescription& description) {
     putText(file, 0x56, description.released);
     if (headerSize == 0x7C) {
         putBig16(file, 0x76, 0x14); // PAL clock, 6581 SID
+        file[0x7A] = static_cast<uint8_t>(description.secondSidAddress >> 4);
     }
     if (description.rsid) {
         file.push_back(LoadAddress & 0xFF);

@@ -35,6 +35,9 @@ struct PsidDescription {
     int version = 2;   // 1..4 (1 has the short header without flags)
     bool rsid = false; // "RSID" (real C64 environment, no play address) instead of "PSID"
     PsidLoop loop = PsidLoop::None;
+    // Address of a second SID chip ($D420..$DFE0, a multiple of $20; version 3 and up), which
+    // makes the tune stereo: the first chip, which plays the tone, left. 0 for one chip.
+    uint16_t secondSidAddress = 0;
     std::string title = "Tamberlo test tune"; // cut to 32 bytes, as are author and released
     std::string author = "Tamberlo";
     std::string released = "2026 Tamberlo";

@@ -18,6 +18,7 @@ int main(int argc, char** argv) {
         {"three.sid", PsidDescription{.frequencies = {3000, 6000, 9000}, .startSong = 2}},
         {"version1.sid", PsidDescription{.version = 1}},
         {"version4.sid", PsidDescription{.version = 4}},
+        {"stereo.sid", PsidDescription{.version = 3, .secondSidAddress = 0xD500}},
         {"real.sid", PsidDescription{.rsid = true}},
         {"busy-play.sid", PsidDescription{.loop = PsidLoop::Play}},
         {"busy-init.sid", PsidDescription{.loop = PsidLoop::InitAtOnce}},
