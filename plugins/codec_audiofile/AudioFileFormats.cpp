@@ -21,6 +21,11 @@ bool isIrcam(std::span<const uint8_t> head) {
     return (bigEndian || littleEndian) && machine >= 1 && machine <= 4;
 }
 
+uint64_t bigEndian32(const uint8_t* bytes) {
+    return (uint64_t{bytes[0]} << 24) | (uint64_t{bytes[1]} << 16) | (uint64_t{bytes[2]} << 8) |
+           uint64_t{bytes[3]};
+}
+
 bool isIff8svx(std::span<const uint8_t> head) {
     return tamberlo_codec::startsWith(head, "FORM") && head.size() >= 12 &&
            std::memcmp(head.data() + 8, "8SVX", 4) == 0;
@@ -38,9 +43,23 @@ bool fitsInFile(std::span<const uint8_t> data) {
     if (!isIff8svx(data)) {
         return true;
     }
-    const uint64_t formBytes = (uint64_t{data[4]} << 24) | (uint64_t{data[5]} << 16) |
-                               (uint64_t{data[6]} << 8) | uint64_t{data[7]};
-    return formBytes + 8 <= data.size();
+    const uint64_t formEnd = 8 + bigEndian32(data.data() + 4);
+    if (formEnd > data.size()) {
+        return false;
+    }
+    // Chunks follow the form type, each an id, a size and the data padded to an even length;
+    // the last one may lack its pad byte.
+    for (uint64_t chunk = 12; chunk < formEnd;) {
+        if (chunk + 8 > formEnd) {
+            return false;
+        }
+        const uint64_t size = bigEndian32(data.data() + chunk + 4);
+        chunk += 8 + size + (size & 1);
+        if (chunk > formEnd + 1) {
+            return false;
+        }
+    }
+    return true;
 }
 
 std::string_view formatDisplayName(int fileFormat) {

@@ -14,9 +14,10 @@ namespace audiofile_codec {
 // this plug-in plays: Sample Vision, IRCAM, AVR, IFF 8SVX or NIST SPHERE. A few byte compares.
 bool isClaimedFormat(std::span<const uint8_t> head);
 
-// False when the structure around the audio promises more than `data` (the whole file) holds,
-// checked where libaudiofile itself would walk past the end: an IFF FORM whose size exceeds the
-// file makes it step through the missing bytes a chunk header at a time.
+// False when the structure around the audio is broken where libaudiofile itself would not stop:
+// it walks IFF chunks by their sizes, so an IFF FORM larger than the file makes it step through
+// missing bytes, and a chunk whose size points back (read as signed) makes it walk for ever.
+// Every chunk must lie within its FORM, and the FORM within the file. Work linear in the size.
 bool fitsInFile(std::span<const uint8_t> data);
 
 // The display name of libaudiofile's file format token (AF_FILE_...), e.g. "Sample Vision";

@@ -166,6 +166,8 @@ TEST_F(AudioFilePlugin, RefusesTruncatedFilesAndNonsenseHeaders) {
          patched(std::vector<uint8_t>(140, 0), 0,
                  {'F', 'O', 'R', 'M', 0xFF, 0, 4, 0x10, '8', 'S', 'V', 'X',
                   'V', 'H', 'D', 'R', 0,    0, 0, 20,   0,   0,   3,   0xE8})},
+        {"chunk-pointing-back.8svx",
+         patched(svx, chunkSizeOffset(svx, "ANNO"), {0xFF, 0xFF, 0xFF, 0xF8})},
         {"magic-then-noise.avr", patched(plugin_test::noiseBytes(4096), 0, {'2', 'B', 'I', 'T'})},
     };
     for (const auto& file : broken) {

@@ -52,8 +52,13 @@ bool libopenmptRefuses(const std::vector<uint8_t>& bytes) {
 
 class LibModPlugin : public testing::Test {
 protected:
-    static void SetUpTestSuite() { plugins = plugin_test::loadPlugin(CODEC_PLUGIN_PATH).release(); }
-    static void TearDownTestSuite() { delete plugins; }
+    // The plug-in stays loaded until the process ends, so that leak reports at exit can still
+    // name libmodplug (see LibModPlugLeaks.cpp).
+    static void SetUpTestSuite() {
+        if (plugins == nullptr) {
+            plugins = plugin_test::loadPlugin(CODEC_PLUGIN_PATH).release();
+        }
+    }
 
     static std::unique_ptr<audio::Decoder> openTune(const std::string& text) {
         auto opened = openBytes(plugins, "tune.abc", bytesOf(text), true);
