@@ -21,10 +21,10 @@ std::array<uint8_t, 256> patternRows(const Module& module) {
 }
 
 // Rows a step plays: the step ends at the first end note in any voice.
-uint8_t rowsOf(const std::array<uint8_t, 256>& patternRows, const Step& step) {
+uint8_t rowsOf(const std::array<uint8_t, 256>& rowsOfPattern, const Step& step) {
     uint8_t rows = PatternRows;
     for (int v = 0; v < Voices; ++v) {
-        rows = std::min(rows, patternRows[step.pattern[v]]);
+        rows = std::min(rows, rowsOfPattern[step.pattern[v]]);
     }
     return rows;
 }

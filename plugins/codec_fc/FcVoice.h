@@ -16,7 +16,8 @@
 // Decisions: a tick runs at most MaxCommandsPerTick commands per macro, so a macro that jumps
 // to itself holds still instead of hanging. Vibrato is a triangle that moves `speed` a tick
 // between -depth and +depth and shifts the period by value * period / 1024. Sound numbers
-// 0..9 are the sample slots, 10 on the waveforms.
+// 0..9 are the sample slots, 10 on the waveforms. A new note restarts both macros but keeps
+// the channel's sound until the frequency macro starts another (as Amiga hardware would).
 
 #include "FcChannel.h"
 #include "FcModule.h"
