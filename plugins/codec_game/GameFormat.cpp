@@ -1,7 +1,9 @@
 #include "GameFormat.h"
 
+#include "AyCheck.h"
 #include "CodecPlugin.h"
 #include "Gunzip.h"
+#include "VgmCheck.h"
 
 #include <algorithm>
 #include <cctype>
@@ -46,9 +48,8 @@ std::optional<GameFormat> identifyByMagic(std::span<const uint8_t> head) {
     if (isVgm(head)) {
         return GameFormat{gme_vgm_type, "VGM"};
     }
-    if (startsWith(head, "HESM") && head.size() >= 0x20) {
-        return GameFormat{gme_hes_type, "HES"};
-    }
+    // HES (PC Engine) is left alone: libgme crashes on HES files whose init address or bank
+    // layout is merely unusual, and no cheap check tells those apart.
     if ((startsWith(head, "KSCC") || startsWith(head, "KSSX")) && head.size() >= 0x10) {
         return GameFormat{gme_kss_type, "KSS"};
     }
@@ -98,19 +99,22 @@ bool looksLikeHeaderlessGym(std::span<const uint8_t> head, bool wholeFile) {
 
 bool isComplete(const GameFormat& format, std::span<const uint8_t> data) {
     if (format.type == gme_vgm_type) {
-        // End of file, start of the commands and GD3 tag: offsets relative to their fields.
-        if (data.size() < 0x40) {
-            return false;
-        }
-        const uint64_t end = uint64_t{little32(data, 0x04)} + 0x04;
-        const uint64_t gd3 = little32(data, 0x14);
-        const uint64_t commands = little32(data, 0x08) >= 0x150 && little32(data, 0x34) != 0
-                                      ? uint64_t{little32(data, 0x34)} + 0x34
-                                      : 0x40;
-        return end <= data.size() && commands < end && (gd3 == 0 || gd3 + 0x14 < end);
+        return isPlayableVgm(data);
+    }
+    if (format.type == gme_ay_type) {
+        return isPlayableAy(data);
     }
     if (format.type == gme_nsf_type) {
         return data.size() > 0x80; // header and at least one byte of code
+    }
+    if (format.type == gme_gbs_type) {
+        // libgme puts the first return address at the stack pointer straight into its memory
+        // and crashes when that is outside work RAM or high RAM, where real players set it.
+        if (data.size() <= 0x70 || data[5] < 1 || data[5] > data[4]) {
+            return false;
+        }
+        const uint16_t stack = little16(data, 0x0C);
+        return (stack >= 0xC002 && stack <= 0xE000) || stack >= 0xFF82;
     }
     if (format.type == gme_spc_type) {
         return data.size() >= 0x10180; // header, 64 KiB of RAM and the DSP registers

@@ -121,6 +121,11 @@ TEST_F(GamePlugin, RefusesBrokenFiles) {
     const auto good = vgm({{254, Rate}});
     auto badVersion = good;
     badVersion[0x09] = 0x03;
+    // The end command overwritten: the stream would run on into the GD3 tag.
+    auto noEnd = good;
+    noEnd[good[0x14] + 0x14 - 1] = 0x62;
+    std::vector<uint8_t> hes = {'H', 'E', 'S', 'M'};
+    hes.resize(0x100, 0);
     auto noSongs = game_test::twoSongNsf();
     noSongs[6] = 0;
     const auto cut = [](std::vector<uint8_t> bytes, size_t size) {
@@ -139,6 +144,9 @@ TEST_F(GamePlugin, RefusesBrokenFiles) {
         {"half.vgm", cut(good, good.size() / 2)},
         {"header.vgm", cut(good, 0x30)},
         {"version.vgm", badVersion},
+        {"noend.vgm", noEnd},
+        {"spin.vgm", vgm({{254, 0}}, true)}, // loops without time passing
+        {"any.hes", hes},                    // libgme's HES loader is not safe
         {"half.vgz", cut(game_test::gzipped(good), 40)},
         {"nosongs.nsf", noSongs},
         {"header.nsf", cut(game_test::twoSongNsf(), 0x80)},

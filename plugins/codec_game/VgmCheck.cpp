@@ -1,0 +1,106 @@
+#include "VgmCheck.h"
+
+namespace game_codec {
+
+namespace {
+
+uint32_t little32(std::span<const uint8_t> bytes, size_t offset) {
+    return static_cast<uint32_t>(bytes[offset]) | (static_cast<uint32_t>(bytes[offset + 1]) << 8) |
+           (static_cast<uint32_t>(bytes[offset + 2]) << 16) |
+           (static_cast<uint32_t>(bytes[offset + 3]) << 24);
+}
+
+// Size in bytes of the fixed-size command `command` (with its operands), 0 when it has no
+// fixed size or is one libgme may not know how to skip (DAC stream control, RAM writes).
+size_t commandSize(uint8_t command) {
+    if (command == 0x4F || command == 0x50) {
+        return 2; // Game Gear stereo, SN76489 write
+    }
+    if ((command >= 0x51 && command <= 0x5F) || command == 0x61 ||
+        (command >= 0xA0 && command <= 0xBF)) {
+        return 3; // register writes of the FM and other chips, wait n samples
+    }
+    if (command == 0x62 || command == 0x63 || (command >= 0x70 && command <= 0x8F)) {
+        return 1; // fixed waits, short waits, YM2612 DAC write and wait
+    }
+    if (command >= 0xC0 && command <= 0xDF) {
+        return 4;
+    }
+    if (command >= 0xE0) {
+        return 5; // PCM seek and other four-byte operands
+    }
+    return 0;
+}
+
+// Samples waited by `command` at `at`.
+uint32_t waitOf(std::span<const uint8_t> data, size_t at) {
+    const uint8_t command = data[at];
+    if (command == 0x61) {
+        return data[at + 1] | (data[at + 2] << 8);
+    }
+    if (command == 0x62) {
+        return 735;
+    }
+    if (command == 0x63) {
+        return 882;
+    }
+    if (command >= 0x70 && command <= 0x7F) {
+        return (command & 0x0F) + 1u;
+    }
+    if (command >= 0x80 && command <= 0x8F) {
+        return command & 0x0Fu;
+    }
+    return 0;
+}
+
+} // namespace
+
+bool isPlayableVgm(std::span<const uint8_t> data) {
+    if (data.size() < 0x40) {
+        return false;
+    }
+    const uint64_t end = uint64_t{little32(data, 0x04)} + 0x04;
+    const uint32_t version = little32(data, 0x08);
+    const uint64_t start = version >= 0x150 && little32(data, 0x34) != 0
+                               ? uint64_t{little32(data, 0x34)} + 0x34
+                               : 0x40;
+    const uint64_t gd3 = little32(data, 0x14) != 0 ? uint64_t{little32(data, 0x14)} + 0x14 : end;
+    const uint64_t loop = little32(data, 0x1C) != 0 ? uint64_t{little32(data, 0x1C)} + 0x1C : 0;
+    if (end > data.size() || gd3 > end || start < 0x40 || start >= gd3) {
+        return false;
+    }
+    const auto stream = data.first(static_cast<size_t>(gd3));
+    bool loopFound = loop == 0;
+    uint64_t waitedSinceLoop = 0;
+    size_t at = static_cast<size_t>(start);
+    while (at < stream.size()) {
+        if (at == loop) {
+            loopFound = true;
+            waitedSinceLoop = 0;
+        }
+        const uint8_t command = stream[at];
+        if (command == 0x66) {
+            return loopFound && (loop == 0 || waitedSinceLoop > 0);
+        }
+        size_t size = commandSize(command);
+        if (command == 0x67) {
+            // Data block: 0x67 0x66 type size32 bytes.
+            if (stream.size() - at < 7 || stream[at + 1] != 0x66) {
+                return false;
+            }
+            const uint64_t blockSize = little32(stream, at + 3) & 0x7FFFFFFFu;
+            if (blockSize > stream.size() - at - 7) {
+                return false;
+            }
+            size = static_cast<size_t>(7 + blockSize);
+        }
+        if (size == 0 || size > stream.size() - at) {
+            return false;
+        }
+        waitedSinceLoop += waitOf(stream, at);
+        at += size;
+    }
+    return false; // no end command
+}
+
+} // namespace game_codec

@@ -1,0 +1,19 @@
+#pragma once
+// A structural check of a VGM file's command stream before libgme plays it: libgme follows the
+// commands without bounds checks, so a stream that runs off its end, jumps into the middle of
+// a command or loops without time passing would make it read wild memory or spin.
+//
+// Threading: pure function, callable from any thread.
+
+#include <cstdint>
+#include <span>
+
+namespace game_codec {
+
+// True when the whole (decompressed) VGM file `data` has a header whose offsets lie inside the
+// file, a command stream made only of commands whose sizes are known, ending with the end
+// command (0x66) inside the file and before the GD3 tag, and, when it loops, a loop point on a
+// command boundary followed by at least one wait before the end.
+bool isPlayableVgm(std::span<const uint8_t> data);
+
+} // namespace game_codec
