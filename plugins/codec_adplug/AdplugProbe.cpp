@@ -19,33 +19,13 @@ struct Magic {
 using namespace std::string_view_literals;
 
 constexpr Magic Magics[] = {
-    {0, "DBRAWOPL"sv, ".dro"},
-    {0, "RAD by REALiTY!!"sv, ".rad"},
-    {0, "JCH\x26\x02\x66"sv, ".d00"},
-    {0, "_A2module_"sv, ".a2m"},
-    {0, "CTMF"sv, ".cmf"},
-    {0, "RAWADATA"sv, ".raw"},
-    {0, "SAdT"sv, ".sa2"},
-    {0, "XAD!"sv, ".xad"},
-    {0, "DFM\x1A"sv, ".dfm"},
-    {0, "MAD+"sv, ".mad"},
-    {0, "MKJamz"sv, ".mkj"},
-    {0, "CBMF"sv, ".bam"},
-    {0, "<CUD-FM-File>\x1A"sv, ".cff"},
-    {0, "ofTAZ!"sv, ".xsm"},
-    {0, "sopepos"sv, ".sop"},
-    {0, "DeFy DTM "sv, ".dtm"},
-    {0, "ObsM"sv, ".sng"},
-    {0, "FMC!"sv, ".sng"},
-    {0, "mpu401tr\x92kk\xeer@data"sv, ".mtk"},
-    {1062, "<o\xefQU\xeeRoR"sv, ".amd"},
+    {0, "DBRAWOPL"sv, ".dro"},        {0, "RAD by REALiTY!!"sv, ".rad"},
+    {0, "JCH\x26\x02\x66"sv, ".d00"}, {0, "CTMF"sv, ".cmf"},
+    {0, "RAWADATA"sv, ".raw"},        {0, "XAD!"sv, ".xad"},
+    {0, "DFM\x1A"sv, ".dfm"},         {0, "<CUD-FM-File>\x1A"sv, ".cff"},
+    {0, "ofTAZ!"sv, ".xsm"},          {0, "sopepos"sv, ".sop"},
+    {0, "DeFy DTM "sv, ".dtm"},       {0, "mpu401tr\x92kk\xeer@data"sv, ".mtk"},
 };
-
-// HSC-Tracker: 128 instruments of 12 bytes and 51 order bytes, then patterns of 64 rows of
-// 9 channels of 2 bytes.
-constexpr size_t HscHeaderBytes = 128 * 12 + 51;
-constexpr size_t HscPatternBytes = 64 * 9 * 2;
-constexpr size_t HscMaxPatterns = 50;
 
 std::string lowerExtension(std::string_view fileName) {
     const size_t dot = fileName.rfind('.');
@@ -80,30 +60,6 @@ bool isOplRegister(uint8_t reg) {
     default:
         return false;
     }
-}
-
-// `fileSize` 0 when unknown: then any pattern count up to the most the format has.
-bool looksLikeHsc(std::span<const uint8_t> head, size_t fileSize) {
-    if (head.size() < HscHeaderBytes) {
-        return false;
-    }
-    size_t patterns = HscMaxPatterns;
-    if (fileSize != 0) {
-        if (fileSize <= HscHeaderBytes || (fileSize - HscHeaderBytes) % HscPatternBytes != 0) {
-            return false;
-        }
-        patterns = (fileSize - HscHeaderBytes) / HscPatternBytes;
-    }
-    if (patterns > HscMaxPatterns) {
-        return false;
-    }
-    // Orders name existing patterns (bit 7 marks a transposed entry), 0xFF ends the list.
-    for (size_t i = 128 * 12; i < HscHeaderBytes && head[i] != 0xFF; ++i) {
-        if ((head[i] & 0x7F) >= patterns && head[i] < 0x80) {
-            return false;
-        }
-    }
-    return true;
 }
 
 } // namespace
@@ -148,9 +104,6 @@ std::string_view formatExtension(std::span<const uint8_t> head, std::string_view
     const std::string extension = lowerExtension(fileName);
     if ((extension == ".imf" || extension == ".wlf") && looksLikeImf(head, fileSize)) {
         return extension == ".imf" ? ".imf" : ".wlf";
-    }
-    if (extension == ".hsc" && looksLikeHsc(head, fileSize)) {
-        return ".hsc";
     }
     return {};
 }

@@ -171,6 +171,9 @@ TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
         {"codemap.dro", {dro.begin(), dro.begin() + 30}},
         {"v3.dro", droVersion3},
         {"noise.hsc", plugin_test::noiseBytes(1587 + 1152, 5)},
+        {"crafted.bam",
+         {'C', 'B',  'M', 'F', 0, 0,    0x20, 0x21, 0, 0x83, 0x0F, 0,    0,    0xE3, 0, 0,
+          0,   0xC0, 1,   0,   0, 0xA0, 0xFF, 0x77, 0, 0xB0, 0x3F, 0x65, 0x65, 0x60, 4}},
     };
     for (const auto& file : refused) {
         for (const bool asMemory : {false, true}) {
