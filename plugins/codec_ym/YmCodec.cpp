@@ -24,7 +24,15 @@ protected:
     size_t decode(float* out, size_t frames) override { return player_.render(out, frames); }
     bool restart() override { return player_.seek(0); }
     bool select(int index) override { return index == 0 && restart(); }
-    bool jump(uint64_t frame) override { return player_.seek(frame); }
+    bool jump(uint64_t frame) override {
+        if (frame > player_.lengthSamples()) {
+            // Park at the end so the adapter's fallback finds no more data at once instead of
+            // playing through the rest of the song.
+            player_.seek(player_.lengthSamples());
+            return false;
+        }
+        return player_.seek(frame);
+    }
 
 private:
     ym::YmPlayer player_;
