@@ -55,7 +55,10 @@ bool songIsPlayable(const AyFile& file, size_t entry) {
         if (file.word(*block) == 0) {
             return true; // end of the block list
         }
-        if (!file.follow(*block, BlockSize) || !file.follow(*block + 4, 1)) {
+        // The block must fit the Z80's 64 KiB: libgme copies it there without a check.
+        const uint32_t address = file.word(*block);
+        if (!file.follow(*block, BlockSize) || !file.follow(*block + 4, 1) ||
+            address + file.word(*block + 2) > 0x10000) {
             return false;
         }
         block = *block + BlockSize;

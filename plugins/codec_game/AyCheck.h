@@ -12,7 +12,8 @@ namespace game_codec {
 
 // True when every pointer of the AY file `data` that the player follows (author, notes, song
 // table, each song's name, data, start registers and memory blocks) lands inside the file
-// with room for what it points at, and the strings end inside the file.
+// with room for what it points at, the strings end inside the file and the memory blocks fit
+// the 64 KiB address space.
 bool isPlayableAy(std::span<const uint8_t> data);
 
 } // namespace game_codec

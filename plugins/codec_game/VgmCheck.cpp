@@ -69,6 +69,16 @@ bool isPlayableVgm(std::span<const uint8_t> data) {
     if (end > data.size() || gd3 > end || start < 0x40 || start >= gd3) {
         return false;
     }
+    // Chip clocks far from real hardware overflow libgme's sample buffers; the flag bits of
+    // the newer versions (dual chips) are not supported by it either.
+    const auto clockIsSane = [&](size_t offset, uint32_t maxHz) {
+        const uint32_t hz = little32(data, offset);
+        return hz == 0 || (hz >= 1000000 && hz <= maxHz);
+    };
+    if (!clockIsSane(0x0C, 8000000) || !clockIsSane(0x10, 8000000) ||
+        (version >= 0x110 && !clockIsSane(0x2C, 16000000))) {
+        return false;
+    }
     const auto stream = data.first(static_cast<size_t>(gd3));
     bool loopFound = loop == 0;
     uint64_t waitedSinceLoop = 0;

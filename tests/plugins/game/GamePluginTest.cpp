@@ -124,6 +124,8 @@ TEST_F(GamePlugin, RefusesBrokenFiles) {
     // The end command overwritten: the stream would run on into the GD3 tag.
     auto noEnd = good;
     noEnd[good[0x14] + 0x14 - 1] = 0x62;
+    auto badClock = good;
+    badClock[0x0F] = 0xD2; // 3.5 GHz with the dual-chip flag
     std::vector<uint8_t> hes = {'H', 'E', 'S', 'M'};
     hes.resize(0x100, 0);
     auto noSongs = game_test::twoSongNsf();
@@ -145,6 +147,7 @@ TEST_F(GamePlugin, RefusesBrokenFiles) {
         {"header.vgm", cut(good, 0x30)},
         {"version.vgm", badVersion},
         {"noend.vgm", noEnd},
+        {"clock.vgm", badClock},
         {"spin.vgm", vgm({{254, 0}}, true)}, // loops without time passing
         {"any.hes", hes},                    // libgme's HES loader is not safe
         {"half.vgz", cut(game_test::gzipped(good), 40)},
