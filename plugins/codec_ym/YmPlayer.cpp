@@ -35,12 +35,12 @@ void YmPlayer::setEffect(EffectSlot& slot, Effect effect, int voice, int predivi
         slot.effect = Effect::None;
         return;
     }
+    if (effect == Effect::Drum && (value >= song_.drums.size() || song_.drums[value].empty())) {
+        return; // no such drum: whatever plays goes on
+    }
     const double frequency = TimerClockHz / (TimerPredivisors[predivisor] * count);
     slot.step = frequency / (song_.clockHz / 8.0);
     if (effect == Effect::Drum) {
-        if (value >= song_.drums.size() || song_.drums[value].empty()) {
-            return;
-        }
         slot.drumPosition = 0;
         slot.phase = 0;
     } else if (slot.effect != effect || slot.voice != voice - 1) {
