@@ -131,6 +131,23 @@ TEST(YmLha, DamagedArchivesAreRefused) {
     }
 }
 
+TEST(YmLha, MalformedHuffmanTablesAreRefused) {
+    // Block size 1, then the code-length table: 5 bits of count, 3 bits per length.
+    struct Case {
+        const char* label;
+        Bytes stream;
+    };
+    const Case cases[] = {
+        {"three 1-bit codes", {0x00, 0x01, 0x19, 0x24, 0x00, 0x00}},
+        {"a 1-bit and a 2-bit code only", {0x00, 0x01, 0x11, 0x40, 0x00, 0x00}},
+        {"more than 19 lengths", {0x00, 0x01, 0xA0, 0x00, 0x00, 0x00}},
+        {"stream ends in the table", {0x00, 0x01, 0x19}},
+    };
+    for (const auto& c : cases) {
+        EXPECT_FALSE(ym::decodeLhStatic(c.stream, 100, 13)) << c.label;
+    }
+}
+
 // When an outside archiver is installed, it must read what our packer writes.
 TEST(YmLha, OutsideArchiverReadsOurArchives) {
     if (std::system("command -v bsdtar >/dev/null 2>&1") != 0) {
