@@ -15,6 +15,9 @@ namespace {
 
 using tamberlo_codec::startsWith;
 
+// "GYMX", five 32-byte names, a 256-byte comment, loop start and packed size.
+constexpr size_t GymxHeaderSize = 0x1AC;
+
 uint16_t little16(std::span<const uint8_t> bytes, size_t offset) {
     return static_cast<uint16_t>(bytes[offset] | (bytes[offset + 1] << 8));
 }
@@ -59,7 +62,7 @@ std::optional<GameFormat> identifyByMagic(std::span<const uint8_t> head) {
     if (startsWith(head, "SAP\r\n")) {
         return GameFormat{gme_sap_type, "SAP"};
     }
-    if (startsWith(head, "GYMX") && head.size() >= 0x1AC) {
+    if (startsWith(head, "GYMX") && head.size() >= GymxHeaderSize) {
         return GameFormat{gme_gym_type, "GYM"};
     }
     return std::nullopt;
@@ -77,24 +80,43 @@ bool hasGymName(std::string_view fileName) {
 
 } // namespace
 
-bool looksLikeHeaderlessGym(std::span<const uint8_t> head, bool wholeFile) {
-    bool wrote = false;
+namespace {
+
+struct GymScan {
+    bool wellFormed = true; // only GYM commands
+    bool cut = false;       // the last command runs past the end
+    bool wrote = false;     // at least one chip write
+    bool waited = false;    // at least one frame wait
+};
+
+GymScan scanGym(std::span<const uint8_t> stream) {
+    GymScan scan;
     size_t at = 0;
-    while (at < head.size()) {
+    while (at < stream.size()) {
         // Command sizes: 0 waits a frame, 1 and 2 write a YM2612 register (port 0 or 1),
         // 3 writes the PSG.
         static constexpr size_t Sizes[] = {1, 3, 3, 2};
-        if (head[at] > 3) {
-            return false;
+        if (stream[at] > 3) {
+            scan.wellFormed = false;
+            return scan;
         }
-        const size_t size = Sizes[head[at]];
-        if (at + size > head.size()) {
-            return !wholeFile && wrote;
+        const size_t size = Sizes[stream[at]];
+        if (at + size > stream.size()) {
+            scan.cut = true;
+            return scan;
         }
-        wrote = wrote || head[at] != 0;
+        scan.wrote = scan.wrote || stream[at] != 0;
+        scan.waited = scan.waited || stream[at] == 0;
         at += size;
     }
-    return wrote;
+    return scan;
+}
+
+} // namespace
+
+bool looksLikeHeaderlessGym(std::span<const uint8_t> head, bool wholeFile) {
+    const GymScan scan = scanGym(head);
+    return scan.wellFormed && scan.wrote && (!scan.cut || !wholeFile);
 }
 
 bool isComplete(const GameFormat& format, std::span<const uint8_t> data) {
@@ -106,6 +128,15 @@ bool isComplete(const GameFormat& format, std::span<const uint8_t> data) {
     }
     if (format.type == gme_nsf_type) {
         return data.size() > 0x80; // header and at least one byte of code
+    }
+    if (format.type == gme_gym_type) {
+        // Whole commands only, and time must pass: libgme loops over a stream without waits.
+        const bool header = startsWith(data, "GYMX");
+        if (header && (data.size() <= GymxHeaderSize || little32(data, 0x1A8) != 0)) {
+            return false; // no commands, or packed (which libgme cannot play)
+        }
+        const GymScan scan = scanGym(data.subspan(header ? GymxHeaderSize : 0));
+        return scan.wellFormed && !scan.cut && scan.waited;
     }
     if (format.type == gme_gbs_type) {
         // libgme puts the first return address at the stack pointer straight into its memory

@@ -82,6 +82,9 @@ bool isPlayableVgm(std::span<const uint8_t> data) {
     const auto stream = data.first(static_cast<size_t>(gd3));
     bool loopFound = loop == 0;
     uint64_t waitedSinceLoop = 0;
+    uint64_t pcmBytes = 0;
+    uint64_t pcmPosition = 0;
+    bool seekedInLoop = false;
     size_t at = static_cast<size_t>(start);
     while (at < stream.size()) {
         if (at == loop) {
@@ -93,6 +96,21 @@ bool isPlayableVgm(std::span<const uint8_t> data) {
             return loopFound && (loop == 0 || waitedSinceLoop > 0);
         }
         size_t size = commandSize(command);
+        // The YM2612 DAC plays from the PCM data blocks; libgme does not check the position
+        // it reads, so every read and seek must stay inside the blocks seen so far.
+        // A loop replays its DAC reads from where the last pass left off, so a loop that reads
+        // must seek first.
+        if (command >= 0x80 && command <= 0x8F &&
+            (pcmPosition++ >= pcmBytes || (loop != 0 && at >= loop && !seekedInLoop))) {
+            return false;
+        }
+        if (command == 0xE0) {
+            if (stream.size() - at < 5 || little32(stream, at + 1) >= pcmBytes) {
+                return false;
+            }
+            pcmPosition = little32(stream, at + 1);
+            seekedInLoop = seekedInLoop || (loop != 0 && at >= loop);
+        }
         if (command == 0x67) {
             // Data block: 0x67 0x66 type size32 bytes.
             if (stream.size() - at < 7 || stream[at + 1] != 0x66) {
@@ -103,6 +121,9 @@ bool isPlayableVgm(std::span<const uint8_t> data) {
                 return false;
             }
             size = static_cast<size_t>(7 + blockSize);
+            if (stream[at + 2] == 0x00) {
+                pcmBytes += blockSize; // YM2612 PCM
+            }
         }
         if (size == 0 || size > stream.size() - at) {
             return false;
