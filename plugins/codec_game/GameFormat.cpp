@@ -144,6 +144,12 @@ bool isComplete(const GameFormat& format, std::span<const uint8_t> data) {
         if (data.size() <= 0x70 || data[5] < 1 || data[5] > data[4]) {
             return false;
         }
+        // Load, init and play addresses lie in the cartridge ROM after the restart vectors.
+        for (const size_t field : {0x06, 0x08, 0x0A}) {
+            if (little16(data, field) < 0x400 || little16(data, field) >= 0x8000) {
+                return false;
+            }
+        }
         const uint16_t stack = little16(data, 0x0C);
         return (stack >= 0xC002 && stack <= 0xE000) || stack >= 0xFF82;
     }
