@@ -98,10 +98,8 @@ public:
         if (name.empty() || !facts) {
             return nullptr;
         }
-        const int outChannels = std::min(facts->channels, 2);
-        const int virtualChannels = facts->channels <= 2 ? outChannels : facts->channels;
-        if (afSetVirtualSampleFormat(file.get(), AF_DEFAULT_TRACK, AF_SAMPFMT_FLOAT, 32) != 0 ||
-            afSetVirtualChannels(file.get(), AF_DEFAULT_TRACK, virtualChannels) != 0) {
+        // Frames arrive as float with the file's channels; decode() mixes more than two down.
+        if (afSetVirtualSampleFormat(file.get(), AF_DEFAULT_TRACK, AF_SAMPFMT_FLOAT, 32) != 0) {
             return nullptr;
         }
         return std::unique_ptr<AudioFileCodec>(
