@@ -19,12 +19,17 @@ struct Magic {
 using namespace std::string_view_literals;
 
 constexpr Magic Magics[] = {
-    {0, "DBRAWOPL"sv, ".dro"},        {0, "RAD by REALiTY!!"sv, ".rad"},
-    {0, "JCH\x26\x02\x66"sv, ".d00"}, {0, "CTMF"sv, ".cmf"},
-    {0, "RAWADATA"sv, ".raw"},        {0, "XAD!"sv, ".xad"},
-    {0, "DFM\x1A"sv, ".dfm"},         {0, "<CUD-FM-File>\x1A"sv, ".cff"},
-    {0, "ofTAZ!"sv, ".xsm"},          {0, "sopepos"sv, ".sop"},
-    {0, "DeFy DTM "sv, ".dtm"},       {0, "mpu401tr\x92kk\xeer@data"sv, ".mtk"},
+    {0, "DBRAWOPL"sv, ".dro"},
+    {0, "RAD by REALiTY!!"sv, ".rad"},
+    {0, "JCH\x26\x02\x66"sv, ".d00"},
+    {0, "CTMF"sv, ".cmf"},
+    {0, "RAWADATA"sv, ".raw"},
+    {0, "DFM\x1A"sv, ".dfm"},
+    {0, "<CUD-FM-File>\x1A"sv, ".cff"},
+    {0, "ofTAZ!"sv, ".xsm"},
+    {0, "sopepos"sv, ".sop"},
+    {0, "DeFy DTM "sv, ".dtm"},
+    {0, "mpu401tr\x92kk\xeer@data"sv, ".mtk"},
 };
 
 std::string lowerExtension(std::string_view fileName) {
