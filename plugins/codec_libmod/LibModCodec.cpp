@@ -31,11 +31,18 @@ using libmod_codec::ModPlugSong;
 constexpr int AbcModuleType = 0x1000000;
 // Tunes offered as subsongs; collections hold hundreds, more are left out.
 constexpr size_t MaxTunes = 4096;
+// libmodplug's ABC loader takes time that grows with the square of a tune's length: about 60 ms
+// for 8 KiB of notes, 1 s for 32 KiB. Real tunes stay well below this; longer ones are refused.
+constexpr size_t MaxTuneBytes = 32 * 1024;
 
-// The tune `index` of `tunes` loaded on its own, or null when libmodplug does not play it as ABC
-// or finds no length (a tune without notes it could place).
+// The tune `index` of `tunes` loaded on its own, or null when it is too long, or libmodplug does
+// not play it as ABC or finds no length (a tune without notes it could place).
 std::unique_ptr<ModPlugSong> loadTune(const libmod_codec::AbcTunes& tunes, size_t index) {
-    auto song = ModPlugSong::load(libmod_codec::tuneText(tunes, index));
+    std::vector<uint8_t> text = libmod_codec::tuneText(tunes, index);
+    if (text.size() > MaxTuneBytes) {
+        return nullptr;
+    }
+    auto song = ModPlugSong::load(std::move(text));
     if (!song || song->moduleType() != AbcModuleType || song->lengthFrames() == 0) {
         return nullptr;
     }

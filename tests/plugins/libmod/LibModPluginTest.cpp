@@ -84,6 +84,7 @@ TEST_F(LibModPlugin, TakesAbcTunesAndNothingElse) {
         {"MIDI", midiFile(), false},
         {"no key field", bytesOf("X:1\nT:Test\nC D E F|\n"), false},
         {"comments and blank lines first", bytesOf("% my tunes\n\n" + abcTune("C D E F|")), true},
+        {"too long to load in time", bytesOf(abcTune(std::string(40000, 'C'))), false},
         {"no notes", bytesOf("X:1\nT:Test\nK:C\n"), false},
         {"cut in the header", bytesOf("X:1\nT:Test tu"), false},
         {"prose", bytesOf("Notes: buy milk\nK: the cat\n"), false},
