@@ -112,6 +112,29 @@ GymScan scanGym(std::span<const uint8_t> stream) {
     return scan;
 }
 
+// NSFE chunks (size, id, body) inside the file up to NEND, with the INFO chunk (at least one
+// song) before a non-empty DATA chunk: libgme's player assumes both.
+bool isPlayableNsfe(std::span<const uint8_t> data) {
+    bool info = false;
+    bool code = false;
+    for (size_t at = 4; data.size() - at >= 8;) {
+        const uint32_t size = little32(data, at);
+        const auto id = data.subspan(at + 4, 4);
+        if (size > data.size() - at - 8) {
+            return false;
+        }
+        if (startsWith(id, "INFO")) {
+            info = size >= 9 && data[at + 8 + 8] >= 1;
+        } else if (startsWith(id, "DATA")) {
+            code = info && size >= 1;
+        } else if (startsWith(id, "NEND")) {
+            return info && code;
+        }
+        at += 8 + size;
+    }
+    return false;
+}
+
 } // namespace
 
 bool looksLikeHeaderlessGym(std::span<const uint8_t> head, bool wholeFile) {
@@ -137,6 +160,9 @@ bool isComplete(const GameFormat& format, std::span<const uint8_t> data) {
         }
         const GymScan scan = scanGym(data.subspan(header ? GymxHeaderSize : 0));
         return scan.wellFormed && !scan.cut && scan.waited;
+    }
+    if (format.type == gme_nsfe_type) {
+        return isPlayableNsfe(data);
     }
     if (format.type == gme_gbs_type) {
         // libgme puts the first return address at the stack pointer straight into its memory
