@@ -21,6 +21,8 @@ packages=(
     # test media: real music and real encoders
     tecnoballz-data pingus-data sound-theme-freedesktop
     lame flac ffmpeg sox gzip zip unzip
+    # an outside reader of the LHA archives our YM tests pack
+    libarchive-tools
     # fonts for the skin
     fonts-dseg fonts-misaki
 )
