@@ -72,8 +72,9 @@ protected:
         return got;
     }
     bool restart() override {
+        song_->rewind();
         played_ = 0;
-        return song_->rewind();
+        return true;
     }
     bool select(int index) override {
         if (index < 0 || static_cast<size_t>(index) >= tunes_.tunes.size()) {

@@ -39,19 +39,15 @@ void ModPlugSong::Unloader::operator()(_ModPlugFile* file) const {
     ModPlug_Unload(file);
 }
 
-ModPlugSong::FileHandle ModPlugSong::loadLocked(std::span<const uint8_t> data) {
+std::unique_ptr<ModPlugSong> ModPlugSong::load(std::vector<uint8_t> data) {
     if (data.empty() || data.size() > static_cast<size_t>(INT_MAX)) {
         return nullptr;
     }
-    applySettings();
-    return FileHandle(ModPlug_Load(data.data(), static_cast<int>(data.size())));
-}
-
-std::unique_ptr<ModPlugSong> ModPlugSong::load(std::vector<uint8_t> data) {
     FileHandle file;
     {
         const std::lock_guard guard(libraryLock());
-        file = loadLocked(data);
+        applySettings();
+        file.reset(ModPlug_Load(data.data(), static_cast<int>(data.size())));
     }
     if (!file) {
         return nullptr;
@@ -85,18 +81,9 @@ size_t ModPlugSong::render(float* out, size_t frames) {
     return got;
 }
 
-bool ModPlugSong::rewind() {
-    FileHandle fresh;
-    {
-        const std::lock_guard guard(libraryLock());
-        fresh = loadLocked(data_);
-    }
-    if (!fresh) {
-        return false;
-    }
-    // The old file goes with `fresh`, unloaded under the lock its deleter takes.
-    file_.swap(fresh);
-    return true;
+void ModPlugSong::rewind() {
+    const std::lock_guard guard(libraryLock());
+    ModPlug_Seek(file_.get(), 0);
 }
 
 } // namespace libmod_codec

@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <vector>
 
 struct _ModPlugFile;
@@ -19,7 +18,7 @@ class ModPlugSong {
 public:
     static constexpr int Rate = 44100; // Hz; output is always stereo
 
-    // Loads `data` (the song keeps it, to load again on rewind); null when libmodplug does not
+    // Loads `data` (the song keeps it while libmodplug plays it); null when libmodplug does not
     // recognise it.
     static std::unique_ptr<ModPlugSong> load(std::vector<uint8_t> data);
 
@@ -31,9 +30,9 @@ public:
     // Renders up to `frames` stereo frames (at most a few thousand per call) into `out`;
     // returns the frames written, 0 at the end.
     size_t render(float* out, size_t frames);
-    // Back to the start by loading the data afresh: libmodplug's own seek resets neither the
-    // mixer nor the channels, so only a reload renders the start exactly as the first time.
-    bool rewind();
+    // Back to the start, which renders exactly as the first time (libmodplug's seek to other
+    // positions lands only near them, so exact seeks render from the start).
+    void rewind();
 
 private:
     struct Unloader {
@@ -42,7 +41,6 @@ private:
     using FileHandle = std::unique_ptr<_ModPlugFile, Unloader>;
 
     ModPlugSong(std::vector<uint8_t> data, FileHandle file);
-    static FileHandle loadLocked(std::span<const uint8_t> data);
 
     std::vector<uint8_t> data_;
     FileHandle file_;
