@@ -28,7 +28,7 @@ std::optional<GameFormat> identifyGameFormat(std::span<const uint8_t> head,
 
 // True when the whole file `data` is one libgme can be given safely: what its header promises
 // is there (truncated files are refused rather than half played), and for the formats whose
-// loaders or players trust their data (VGM, AY, GBS, GYM) the structure is checked first.
+// loaders or players trust their data (VGM, NSFE, AY, GYM) the structure is checked first.
 bool isComplete(const GameFormat& format, std::span<const uint8_t> data);
 
 // True when `head` is a plausible headerless GYM stream: only GYM commands (frame waits and

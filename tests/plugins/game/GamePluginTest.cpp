@@ -128,6 +128,9 @@ TEST_F(GamePlugin, RefusesBrokenFiles) {
     badClock[0x0F] = 0xD2; // 3.5 GHz with the dual-chip flag
     std::vector<uint8_t> hes = {'H', 'E', 'S', 'M'};
     hes.resize(0x100, 0);
+    std::vector<uint8_t> gbs = {'G',  'B',  'S',  1,    1,    1,    0x70,
+                                0x04, 0x70, 0x04, 0x71, 0x04, 0xFE, 0xFF};
+    gbs.resize(0x74, 0xC9); // RET
     auto noSongs = game_test::twoSongNsf();
     noSongs[6] = 0;
     const auto cut = [](std::vector<uint8_t> bytes, size_t size) {
@@ -149,7 +152,8 @@ TEST_F(GamePlugin, RefusesBrokenFiles) {
         {"noend.vgm", noEnd},
         {"clock.vgm", badClock},
         {"spin.vgm", vgm({{254, 0}}, true)}, // loops without time passing
-        {"any.hes", hes},                    // libgme's HES loader is not safe
+        {"any.hes", hes},                    // libgme's HES and GBS players are not safe
+        {"any.gbs", gbs},
         {"half.vgz", cut(game_test::gzipped(good), 40)},
         {"nosongs.nsf", noSongs},
         {"header.nsf", cut(game_test::twoSongNsf(), 0x80)},

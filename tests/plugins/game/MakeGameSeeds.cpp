@@ -32,12 +32,6 @@ std::vector<uint8_t> minimalSpc() {
     return spc;
 }
 
-std::vector<uint8_t> minimalGbs() {
-    auto gbs = bytesOf("GBS\x01\x02\x01\x70\x04\x70\x04\x71\x04\xFE\xFF"sv, 0x70);
-    gbs.insert(gbs.end(), {0xC9, 0xC9}); // RET, RET
-    return gbs;
-}
-
 std::vector<uint8_t> minimalKss() {
     auto kss = bytesOf("KSCC\x00\x40\x02\x00\x00\x40\x01\x40"sv, 0x10);
     kss.insert(kss.end(), {0xC9, 0xC9});
@@ -91,10 +85,8 @@ int main(int argc, char** argv) {
         {"two.nsf", game_test::twoSongNsf()},
         {"header.gym", gymx},
         {"minimal.spc", minimalSpc()},
-        {"minimal.gbs", minimalGbs()},
         {"minimal.kss", minimalKss()},
         {"minimal.nsfe", minimalNsfe()},
-        {"minimal.hes", bytesOf("HESM"sv, 0x60)},
         {"minimal.ay", bytesOf("ZXAYEMUL"sv, 0x40)},
         {"minimal.sap",
          bytesOf(
