@@ -11,25 +11,15 @@ namespace adplug_codec {
 namespace {
 
 struct Magic {
-    size_t offset;
-    std::string_view bytes;
+    std::string_view bytes; // at the start of the file
     std::string_view extension;
 };
 
 using namespace std::string_view_literals;
 
 constexpr Magic Magics[] = {
-    {0, "DBRAWOPL"sv, ".dro"},
-    {0, "RAD by REALiTY!!"sv, ".rad"},
-    {0, "JCH\x26\x02\x66"sv, ".d00"},
-    {0, "CTMF"sv, ".cmf"},
-    {0, "RAWADATA"sv, ".raw"},
-    {0, "DFM\x1A"sv, ".dfm"},
-    {0, "<CUD-FM-File>\x1A"sv, ".cff"},
-    {0, "ofTAZ!"sv, ".xsm"},
-    {0, "sopepos"sv, ".sop"},
-    {0, "DeFy DTM "sv, ".dtm"},
-    {0, "mpu401tr\x92kk\xeer@data"sv, ".mtk"},
+    {"DBRAWOPL"sv, ".dro"}, {"RAD by REALiTY!!"sv, ".rad"}, {"JCH\x26\x02\x66"sv, ".d00"},
+    {"RAWADATA"sv, ".raw"}, {"ofTAZ!"sv, ".xsm"},           {"mpu401tr\x92kk\xeer@data"sv, ".mtk"},
 };
 
 std::string lowerExtension(std::string_view fileName) {
@@ -101,8 +91,7 @@ bool looksLikeImf(std::span<const uint8_t> head, size_t fileSize) {
 std::string_view formatExtension(std::span<const uint8_t> head, std::string_view fileName,
                                  size_t fileSize) {
     for (const Magic& magic : Magics) {
-        if (head.size() > magic.offset &&
-            tamberlo_codec::startsWith(head.subspan(magic.offset), magic.bytes)) {
+        if (tamberlo_codec::startsWith(head, magic.bytes)) {
             return magic.extension;
         }
     }

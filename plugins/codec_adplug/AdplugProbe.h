@@ -3,17 +3,17 @@
 // picks its player by file-name extension, so the answer is the extension to hand it.
 //
 // Claimed by content (magic at the start): DOSBox Raw OPL ("DBRAWOPL"), Reality AdLib Tracker
-// ("RAD by REALiTY!!"), new-style EdLib D00 ("JCH\x26\x02\x66"), Creative Music File ("CTMF"),
-// Raw AdLib Capture ("RAWADATA"), Digital-FM ("DFM\x1A"), BoomTracker
-// ("<CUD-FM-File>\x1A"), eXtra Simple Music ("ofTAZ!"), sopepos' Note Sequencer ("sopepos"),
-// DeFy ("DeFy DTM "), MPU-401 Trakker ("mpu401tr\x92kk\xeer@data").
+// ("RAD by REALiTY!!"), new-style EdLib D00 ("JCH\x26\x02\x66"), Raw AdLib Capture
+// ("RAWADATA"), eXtra Simple Music ("ofTAZ!"), MPU-401 Trakker ("mpu401tr\x92kk\xeer@data").
 // Claimed by name and checked for plausibility, as the format has no magic: Apogee IMF (".imf",
 // ".wlf"; the register stream must hold OPL registers and fit the file).
 // Never claimed although libadplug reads them: formats whose libadplug players crash or never
-// return on damaged files (the XAD wrappers, AdLib Tracker 2, Surprise! AdLib Tracker 2, Mlat,
-// MKJamz, Bob's AdLib Music, SNGPlay, Faust Music Creator, AMUSIC, HSC-Tracker), formats without
-// magic, S3M (libopenmpt's), VGM (the game plug-in's), MIDI and the MIDI-like formats that need
-// separate instrument bank files.
+// return on damaged files (Creative Music File, Digital-FM, the XAD wrappers, AdLib Tracker 2,
+// Surprise! AdLib Tracker 2, Mlat, MKJamz, Bob's AdLib Music, SNGPlay, Faust Music Creator,
+// AMUSIC, HSC-Tracker); formats whose players no damaged file reached in our checks
+// (BoomTracker, sopepos' Note Sequencer, DeFy), so they stay out until they are checked;
+// formats without magic; S3M (libopenmpt's), VGM (the game plug-in's), MIDI and the MIDI-like
+// formats that need separate instrument bank files.
 //
 // Threading: pure functions, callable from any thread.
 

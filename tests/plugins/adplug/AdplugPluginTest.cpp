@@ -172,6 +172,8 @@ TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
         {"damaged.bam", damaged("CBMF")},
         {"damaged.a2m", damaged("_A2module_")},
         {"damaged.sa2", damaged("SAdT")},
+        {"damaged.cmf", damaged("CTMF")},
+        {"damaged.dfm", damaged("DFM\x1A")},
         {"noise.imf", plugin_test::noiseBytes(4000, 3)},
         {"noise.wlf", plugin_test::noiseBytes(100000, 4)},
         {"badreg.imf", imfBadRegister},
