@@ -10,24 +10,38 @@ uint32_t little32(std::span<const uint8_t> bytes, size_t offset) {
            (static_cast<uint32_t>(bytes[offset + 3]) << 24);
 }
 
+// The sound chips libgme emulates that the file gives a clock for: it creates only those, and
+// a write to one it did not create reaches a null chip.
+struct VgmChips {
+    bool sn76489 = false;
+    bool ym2413 = false;
+    bool ym2612 = false;
+};
+
 // Size in bytes of the fixed-size command `command` (with its operands), 0 when it has no
-// fixed size or is one libgme may not know how to skip (DAC stream control, RAM writes).
-size_t commandSize(uint8_t command) {
+// fixed size, writes a chip libgme does not emulate or was not given, or is one libgme may not
+// know how to skip (DAC stream control, RAM writes).
+size_t commandSize(uint8_t command, const VgmChips& chips) {
     if (command == 0x4F || command == 0x50) {
-        return 2; // Game Gear stereo, SN76489 write
+        return chips.sn76489 ? 2 : 0; // Game Gear stereo, SN76489 write
     }
-    if ((command >= 0x51 && command <= 0x5F) || command == 0x61 ||
-        (command >= 0xA0 && command <= 0xBF)) {
-        return 3; // register writes of the FM and other chips, wait n samples
+    if (command == 0x51) {
+        return chips.ym2413 ? 3 : 0;
     }
-    if (command == 0x62 || command == 0x63 || (command >= 0x70 && command <= 0x8F)) {
-        return 1; // fixed waits, short waits, YM2612 DAC write and wait
+    if (command == 0x52 || command == 0x53) {
+        return chips.ym2612 ? 3 : 0; // YM2612 port 0 and 1
     }
-    if (command >= 0xC0 && command <= 0xDF) {
-        return 4;
+    if (command == 0x61) {
+        return 3; // wait n samples
     }
-    if (command >= 0xE0) {
-        return 5; // PCM seek and other four-byte operands
+    if (command == 0x62 || command == 0x63 || (command >= 0x70 && command <= 0x7F)) {
+        return 1; // fixed and short waits
+    }
+    if (command >= 0x80 && command <= 0x8F) {
+        return chips.ym2612 ? 1 : 0; // YM2612 DAC write and wait
+    }
+    if (command == 0xE0) {
+        return chips.ym2612 ? 5 : 0; // PCM seek
     }
     return 0;
 }
@@ -79,6 +93,9 @@ bool isPlayableVgm(std::span<const uint8_t> data) {
         (version >= 0x110 && !clockIsSane(0x2C, 16000000))) {
         return false;
     }
+    // Before version 1.10 one clock served the YM2413 and the YM2612.
+    const VgmChips chips{little32(data, 0x0C) != 0, little32(data, 0x10) != 0,
+                         little32(data, version >= 0x110 ? 0x2C : 0x10) != 0};
     const auto stream = data.first(static_cast<size_t>(gd3));
     bool loopFound = loop == 0;
     uint64_t waitedSinceLoop = 0;
@@ -95,7 +112,7 @@ bool isPlayableVgm(std::span<const uint8_t> data) {
         if (command == 0x66) {
             return loopFound && (loop == 0 || waitedSinceLoop > 0);
         }
-        size_t size = commandSize(command);
+        size_t size = commandSize(command, chips);
         // The YM2612 DAC plays from the PCM data blocks; libgme does not check the position
         // it reads, so every read and seek must stay inside the blocks seen so far.
         // A loop replays its DAC reads from where the last pass left off, so a loop that reads

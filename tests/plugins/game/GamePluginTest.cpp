@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 using plugin_test::listen;
@@ -126,6 +128,8 @@ TEST_F(GamePlugin, RefusesBrokenFiles) {
     noEnd[good[0x14] + 0x14 - 1] = 0x62;
     auto badClock = good;
     badClock[0x0F] = 0xD2; // 3.5 GHz with the dual-chip flag
+    auto noChip = good;
+    std::fill(noChip.begin() + 0x0C, noChip.begin() + 0x10, 0); // SN76489 writes, no SN76489
     std::vector<uint8_t> hes = {'H', 'E', 'S', 'M'};
     hes.resize(0x100, 0);
     std::vector<uint8_t> gbs = {'G',  'B',  'S',  1,    1,    1,    0x70,
@@ -151,6 +155,7 @@ TEST_F(GamePlugin, RefusesBrokenFiles) {
         {"version.vgm", badVersion},
         {"noend.vgm", noEnd},
         {"clock.vgm", badClock},
+        {"nochip.vgm", noChip},
         {"spin.vgm", vgm({{254, 0}}, true)}, // loops without time passing
         {"any.hes", hes},                    // libgme's HES and GBS players are not safe
         {"any.gbs", gbs},
