@@ -148,7 +148,13 @@ bool isComplete(const GameFormat& format, std::span<const uint8_t> data) {
         return isPlayableAy(data);
     }
     if (format.type == gme_nsf_type) {
-        return data.size() > 0x80; // header and at least one byte of code
+        // Header and code; play periods (microseconds, 0 for the default) of at most 1 kHz:
+        // libgme calls the play routine at that rate, and a tiny period makes it crawl.
+        const auto periodIsSane = [&](size_t offset) {
+            const uint16_t period = little16(data, offset);
+            return period == 0 || period >= 1000;
+        };
+        return data.size() > 0x80 && periodIsSane(0x6E) && periodIsSane(0x78);
     }
     if (format.type == gme_gym_type) {
         // Whole commands only, and time must pass: libgme loops over a stream without waits.
