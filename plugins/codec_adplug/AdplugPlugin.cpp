@@ -2,6 +2,7 @@
 #include "AdplugCodec.h"
 #include "AdplugProbe.h"
 #include "CodecPlugin.h"
+#include "HscCheck.h"
 
 #include <algorithm>
 
@@ -32,12 +33,16 @@ struct AdplugPlugin {
         const auto head = data.first(std::min(data.size(), ProbeBytes));
         std::string_view extension = adplug_codec::formatExtension(head, name, data.size());
         // A memory block comes without its name; the player opens it only after probe claimed
-        // it, which for data without magic means the name said IMF.
-        if (extension.empty() && pathOrNull == nullptr &&
-            adplug_codec::looksLikeImf(head, data.size())) {
-            extension = ".imf";
+        // it, which for data without magic means the name said HSC or IMF. HSC's exact size and
+        // value rules are far stricter than IMF's, so they decide first.
+        if (extension.empty() && pathOrNull == nullptr) {
+            if (adplug_codec::isPlayableHsc(data, data.size())) {
+                extension = ".hsc";
+            } else if (adplug_codec::looksLikeImf(head, data.size())) {
+                extension = ".imf";
+            }
         }
-        if (extension.empty()) {
+        if (extension.empty() || !adplug_codec::wholeFileIsPlayable(extension, data)) {
             return nullptr;
         }
         return adplug_codec::AdplugCodec::load(data, extension);

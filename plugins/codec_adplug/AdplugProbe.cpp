@@ -1,6 +1,8 @@
 #include "AdplugProbe.h"
 
+#include "CmfCheck.h"
 #include "CodecPlugin.h"
+#include "HscCheck.h"
 
 #include <algorithm>
 #include <cctype>
@@ -95,11 +97,29 @@ std::string_view formatExtension(std::span<const uint8_t> head, std::string_view
             return magic.extension;
         }
     }
+    if (tamberlo_codec::startsWith(head, "CTMF")) {
+        // Longer files are checked whole when they are opened.
+        const bool plausible = fileSize == 0 ? cmfHeaderIsPlausible(head) : isPlayableCmf(head);
+        return plausible ? ".cmf" : "";
+    }
     const std::string extension = lowerExtension(fileName);
     if ((extension == ".imf" || extension == ".wlf") && looksLikeImf(head, fileSize)) {
         return extension == ".imf" ? ".imf" : ".wlf";
     }
+    if (extension == ".hsc" && isPlayableHsc(head, fileSize)) {
+        return ".hsc";
+    }
     return {};
+}
+
+bool wholeFileIsPlayable(std::string_view extension, std::span<const uint8_t> file) {
+    if (extension == ".cmf") {
+        return isPlayableCmf(file);
+    }
+    if (extension == ".hsc") {
+        return isPlayableHsc(file, file.size());
+    }
+    return true;
 }
 
 } // namespace adplug_codec

@@ -1,6 +1,7 @@
 // The adplug plug-in through the player's decoder choice: generated IMF and DRO register dumps
-// play at the pitch their F-numbers give for as long as their delays say, seek, and damaged or
-// foreign data is left alone.
+// and HSC and CMF songs play at the pitch their notes give for as long as their timing says,
+// seek, and damaged or foreign data is left alone.
+#include "AdlibDumpTrackerWriter.h"
 #include "AdlibDumpWriter.h"
 #include "PluginTestSupport.h"
 
@@ -9,6 +10,7 @@
 #include <cmath>
 #include <functional>
 #include <string_view>
+#include <tuple>
 
 namespace {
 
@@ -149,6 +151,54 @@ TEST_F(AdplugPlugin, MeasuresLongDumpsAndGivesUpOnOverlongOnes) {
     }
 }
 
+// An HSC song of one pattern: C-4 from row 1, C-5 from row 33, 64 rows of 2 ticks at 18.2 Hz.
+std::vector<uint8_t> hscSong() {
+    return chipgen::writeHsc({{49, 1}, {61, 33}});
+}
+
+// A CMF song at 200 ticks per second: A4 and A5 for half a second each, then 100 ms of silence.
+std::vector<uint8_t> cmfSong() {
+    return chipgen::writeCmf({{69, 100, 0}, {81, 100, 20}}, 200);
+}
+
+// Songs whose players trust their data and are played only after our own check: the check
+// passes what the writers make, and the notes sound at their pitch for the song's length.
+TEST_F(AdplugPlugin, CheckedTrackerSongsPlayTheirNotes) {
+    const struct {
+        std::string name;
+        std::vector<uint8_t> bytes;
+        const char* formatName;
+        double songMs;
+        double firstHz; // the second note is an octave higher
+    } songs[] = {
+        // HSC's note table starts its octaves at F-number 0x16B.
+        {"two.hsc", hscSong(), "HSC Adlib Composer / HSC-Tracker", 64 * 2 * 1000 / 18.2,
+         chipgen::adlibNoteHz({0x16B, 4, 0})},
+        {"two.cmf", cmfSong(), "Creative Music File (CMF)", 1100, chipgen::midiKeyHz(69)},
+    };
+    for (const auto& song : songs) {
+        for (const bool asMemory : {false, true}) {
+            SCOPED_TRACE(song.name + (asMemory ? " in memory" : " as file"));
+            auto decoder = open(song.name, song.bytes, asMemory);
+            ASSERT_TRUE(decoder);
+            EXPECT_EQ(decoder->formatName(), song.formatName);
+            ASSERT_NE(decoder->lengthFrames(), audio::UnknownFrames);
+            const int rate = decoder->sampleRate();
+            EXPECT_NEAR(decoder->lengthFrames() * 1000.0 / rate, song.songMs, 0.01 * song.songMs);
+            const auto audio = plugin_test::readUpTo(*decoder, framesOf(2 * song.songMs, rate));
+            EXPECT_EQ(audio.size() / 2, decoder->lengthFrames()) << "plays exactly its length";
+            const double ms = song.songMs;
+            for (const auto& [fromMs, toMs, hz] :
+                 {std::tuple{0.1 * ms, 0.4 * ms, song.firstHz},
+                  std::tuple{0.6 * ms, 0.85 * ms, 2 * song.firstHz}}) {
+                const auto heard = plugin_test::listen(stretch(audio, rate, fromMs, toMs), rate);
+                EXPECT_GT(heard.rms, 0.02) << "sounds from " << fromMs << " ms";
+                EXPECT_NEAR(heard.frequencyHz, hz, 0.02 * hz) << "from " << fromMs << " ms";
+            }
+        }
+    }
+}
+
 TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
     const auto imf = chipgen::writeImf(TwoNotes);
     const auto dro = chipgen::writeDro(TwoNotes);
@@ -158,6 +208,27 @@ TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
     imfLongLength[1] = 0x7F; // more records than the file holds
     auto droVersion3 = dro;
     droVersion3[8] = 3;
+    const auto hsc = hscSong();
+    const auto changed = [](std::vector<uint8_t> bytes, size_t at, std::vector<uint8_t> with) {
+        std::copy(with.begin(), with.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+        return bytes;
+    };
+    constexpr size_t HscOrders = 128 * 12;
+    constexpr size_t HscCells = HscOrders + 51;
+    auto hscTooManyPatterns = hsc;
+    hscTooManyPatterns.resize(hsc.size() + 50 * 1152, 0); // 51 patterns
+    auto hscNoEnd = hsc;
+    std::fill_n(hscNoEnd.begin() + HscOrders, 51, 0);
+    auto hscExtraByte = hsc;
+    hscExtraByte.push_back(0);
+
+    const auto cmf = cmfSong();
+    const size_t music = cmf[8] | (cmf[9] << 8); // program change, then the notes
+    auto cmfCut = cmf;
+    cmfCut.resize(cmf.size() - 5); // the last note's off event loses its velocity
+    auto cmfLongNumber = cmf;
+    cmfLongNumber.insert(cmfLongNumber.begin() + static_cast<std::ptrdiff_t>(music),
+                         {0x80, 0x80, 0x80, 0x80});
     // Formats libadplug reads but whose players crash or hang on damaged files.
     const auto damaged = [](std::string_view magic) {
         auto bytes = plugin_test::noiseBytes(3000, 9);
@@ -172,7 +243,6 @@ TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
         {"damaged.bam", damaged("CBMF")},
         {"damaged.a2m", damaged("_A2module_")},
         {"damaged.sa2", damaged("SAdT")},
-        {"damaged.cmf", damaged("CTMF")},
         {"damaged.dfm", damaged("DFM\x1A")},
         {"noise.imf", plugin_test::noiseBytes(4000, 3)},
         {"noise.wlf", plugin_test::noiseBytes(100000, 4)},
@@ -184,6 +254,30 @@ TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
         {"codemap.dro", {dro.begin(), dro.begin() + 30}},
         {"v3.dro", droVersion3},
         {"noise.hsc", plugin_test::noiseBytes(1587 + 1152, 5)},
+        {"extra.hsc", hscExtraByte},
+        {"patterns.hsc", hscTooManyPatterns},
+        {"order.hsc", changed(hsc, HscOrders, {1})},
+        {"noend.hsc", hscNoEnd},
+        {"jump.hsc", changed(hsc, HscOrders + 1, {0x80})},
+        {"emptyorders.hsc", changed(hsc, HscOrders, {0xFF})},
+        {"note.hsc", changed(hsc, HscCells + 2 * 9 * 5, {97, 0})},
+        {"instrument.hsc", changed(hsc, HscCells, {0x80, 128})},
+        {"noise.cmf", damaged("CTMF")},
+        {"version.cmf", changed(cmf, 4, {0x02, 0x01})},
+        {"notempo.cmf", changed(cmf, 12, {0, 0})},
+        {"noinstruments.cmf", changed(cmf, 36, {0, 0})},
+        {"instruments.cmf", changed(cmf, 36, {0xFF, 0})},
+        {"instrumentoffset.cmf", changed(cmf, 6, {0xF0, 0xFF})},
+        {"musicoffset.cmf", changed(cmf, 8, {0xF0, 0xFF})},
+        {"title.cmf", changed(cmf, 14, {0xF0, 0xFF})},
+        {"sysex.cmf", changed(cmf, cmf.size() - 3, {0xF0})},
+        {"meta.cmf", changed(cmf, cmf.size() - 2, {0x51})},
+        {"nostatus.cmf", changed(cmf, music + 1, {0x40})},
+        {"program.cmf", changed(cmf, music + 2, {1})},
+        {"databyte.cmf", changed(cmf, music + 5, {0x80})},
+        {"cut.cmf", cmfCut},
+        {"number.cmf", cmfLongNumber},
+        {"timeless.cmf", chipgen::writeCmf({{69, 0, 0}, {81, 0, 0}}, 200)},
     };
     for (const auto& file : refused) {
         for (const bool asMemory : {false, true}) {
