@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -120,6 +121,41 @@ TEST(AllPlugins, SongsModulesAndPackedModulesStillReachTheirDecodersAndTheRipper
             EXPECT_EQ(opened.decoder->type(), c.type);
         }
     }
+}
+
+// The real player set-up: the engine loads the seven plug-ins from plugin/ beside the program
+// and plays a plug-in's files through them (tamberlo-render sequences songs as the player does).
+TEST(AllPlugins, TheEngineLoadsAllSevenFromTheApplicationFolderAndPlaysTheirSongs) {
+    const std::vector<OwnFile> files = ownFiles();
+    const std::string folder = audio::test::writeTempFile("render.log", {});
+    const std::string log = folder;
+    const std::string wav = folder + ".wav";
+    std::string command =
+        std::string(TAMBERLO_RENDER) + " --max-seconds 4 --log '" + log + "' -o '" + wav + "'";
+    for (const OwnFile& file : files) {
+        if (std::string(file.name) == "tune.sid" || std::string(file.name) == "packed.ym") {
+            command += " '" + audio::test::writeTempFile(file.name, file.bytes) + "'";
+        }
+    }
+    ASSERT_EQ(std::system((command + " 2>/dev/null").c_str()), 0) << command;
+
+    const std::vector<uint8_t> logBytes = audio::test::fileBytes(log);
+    const std::string logText(logBytes.begin(), logBytes.end());
+    for (const char* codec : Codecs) {
+        EXPECT_NE(logText.find(std::string("Loading of codec_") + codec + ".so completed."),
+                  std::string::npos)
+            << codec;
+    }
+    // 16-bit stereo after a 44-byte header: something must be heard in the first seconds.
+    const std::vector<uint8_t> out = audio::test::fileBytes(wav);
+    ASSERT_GT(out.size(), 44u + 4 * 44100);
+    double sum = 0;
+    const size_t frames = (out.size() - 44) / 4;
+    for (size_t i = 0; i < frames; ++i) {
+        const auto left = static_cast<int16_t>(out[44 + 4 * i] | (out[45 + 4 * i] << 8));
+        sum += static_cast<double>(left) * left;
+    }
+    EXPECT_GT(std::sqrt(sum / static_cast<double>(frames)), 100.0);
 }
 
 } // namespace
