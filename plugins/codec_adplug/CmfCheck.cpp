@@ -3,6 +3,7 @@
 #include "CodecPlugin.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cstddef>
 #include <optional>
 
@@ -17,6 +18,8 @@ constexpr int MaxNumberBytes = 4; // a MIDI variable-length number holds 28 bits
 
 constexpr uint8_t MetaEvent = 0xFF;
 constexpr uint8_t EndOfTrack = 0x2F;
+constexpr uint8_t NoteOff = 0x80;
+constexpr uint8_t NoteOn = 0x90;
 constexpr uint8_t ProgramChange = 0xC0;
 constexpr uint8_t ChannelPressure = 0xD0;
 
@@ -55,6 +58,9 @@ bool streamIsValid(std::span<const uint8_t> music, unsigned instruments) {
     uint8_t status = 0;
     bool first = true;
     bool timePasses = false;
+    // The player plays a channel's note with the channel's last program, and a channel
+    // without one reads an instrument number from memory it never set.
+    std::bitset<16> patched;
     while (at < music.size()) {
         const std::optional<uint32_t> delta = readNumber(music, at);
         if (!delta || at >= music.size()) {
@@ -87,7 +93,13 @@ bool streamIsValid(std::span<const uint8_t> music, unsigned instruments) {
                 return false;
             }
         }
-        if (kind == ProgramChange && music[at] >= instruments) {
+        const size_t channel = status & 0x0F;
+        if (kind == ProgramChange) {
+            if (music[at] >= instruments) {
+                return false;
+            }
+            patched.set(channel);
+        } else if ((kind == NoteOn || kind == NoteOff) && !patched.test(channel)) {
             return false;
         }
         at += dataBytes;

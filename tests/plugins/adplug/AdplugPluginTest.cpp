@@ -274,6 +274,7 @@ TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
         {"meta.cmf", changed(cmf, cmf.size() - 2, {0x51})},
         {"nostatus.cmf", changed(cmf, music + 1, {0x40})},
         {"program.cmf", changed(cmf, music + 2, {1})},
+        {"unpatched.cmf", changed(cmf, music + 1, {0xC1})}, // program change of another channel
         {"databyte.cmf", changed(cmf, music + 5, {0x80})},
         {"cut.cmf", cmfCut},
         {"number.cmf", cmfLongNumber},
