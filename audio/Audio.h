@@ -11,6 +11,7 @@
 
 #include "Result.h"
 #include "SoundType.h"
+#include "StreamStatus.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -257,7 +258,12 @@ public:
     Result readData(void* buffer, unsigned bytes, unsigned* read);
     // Positions the next readData at `frame` (sound's own rate). SeekFailed past the end.
     Result seekData(unsigned frame);
-    // Stops the channels playing this sound and deletes it.
+    // For an http(s) stream: the title the server announces and whether it is reconnecting
+    // after a drop (see StreamStatus.h); an empty status for other sounds. Never waits for the
+    // decoder, so it is cheap enough for a display's periodic tick. Ok or InvalidParameter.
+    Result getStreamStatus(StreamStatus* status) const;
+    // Stops the channels playing this sound and deletes it. A stream's network waits (a
+    // reconnect's back-off, a read blocked on the server) end at once.
     Result release();
 
     class Impl; // internal

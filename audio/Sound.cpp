@@ -31,6 +31,7 @@ Result Sound::Impl::make(detail::SystemCore* core, std::unique_ptr<Decoder> deco
     impl->type_ = decoder->type();
     impl->formatName_ = decoder->formatName();
     impl->rawBytes_ = decoder->lengthRawBytes();
+    impl->lastBitRate_ = decoder->bitRate();
     // A source without a known end (a live stream) cannot be decoded whole; it plays as a
     // stream whatever the mode asked.
     const uint64_t known = decoder->lengthFrames();
@@ -76,8 +77,22 @@ int Sound::Impl::subsongCount() const {
 }
 
 int64_t Sound::Impl::bitRate() const {
-    std::lock_guard lock(decoder_->mutex);
-    return decoder_->decoder->bitRate();
+    // Asked on every display tick: a worker that holds the decoder through a long network wait
+    // (a stalled read, a reconnect's back-off) must not stall the caller, so the last known
+    // rate answers then.
+    std::unique_lock lock(decoder_->mutex, std::try_to_lock);
+    if (lock.owns_lock()) {
+        lastBitRate_ = decoder_->decoder->bitRate();
+    }
+    return lastBitRate_;
+}
+
+StreamStatus Sound::Impl::streamStatus() const {
+    return decoder_->decoder->streamStatus();
+}
+
+void Sound::Impl::interruptStream() {
+    decoder_->decoder->interrupt();
 }
 
 std::shared_ptr<detail::FrameSource> Sound::Impl::playbackSource() {
@@ -221,7 +236,17 @@ Result Sound::seekData(unsigned frame) {
     return impl_->seekData(frame);
 }
 
+Result Sound::getStreamStatus(StreamStatus* status) const {
+    if (status == nullptr) {
+        return Result::InvalidParameter;
+    }
+    *status = impl_->streamStatus();
+    return Result::Ok;
+}
+
 Result Sound::release() {
+    // First, so that a worker waiting on the network lets go of the decoder at once.
+    impl_->interruptStream();
     impl_->core()->forgetSound(this);
     delete this;
     return Result::Ok;

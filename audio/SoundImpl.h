@@ -4,7 +4,8 @@
 // play it.
 //
 // Threading: GUI thread, except that the decoder is shared with playing channels' workers
-// under SharedDecoder::mutex and the PCM is immutable once made.
+// under SharedDecoder::mutex and the PCM is immutable once made. The decoder pointer itself
+// never changes after make, so streamStatus and interruptStream reach it without that lock.
 
 #include "Audio.h"
 #include "FrameSource.h"
@@ -41,6 +42,10 @@ public:
     const std::string& formatName() const { return formatName_; }
     Result readData(void* buffer, unsigned bytes, unsigned* read);
     Result seekData(unsigned frame);
+    // Without the decoder's lock: the decoder guards its status itself.
+    StreamStatus streamStatus() const;
+    // Ends the decoder's network waits for good (the sound is going away).
+    void interruptStream();
 
 private:
     Impl() = default;
@@ -56,6 +61,7 @@ private:
     uint64_t pcmCursor_ = 0;
     std::vector<float> scratch_;
     std::vector<Channel> channels_;
+    mutable int64_t lastBitRate_ = 0; // answers bitRate() while the worker holds the decoder
 };
 
 } // namespace audio

@@ -5,6 +5,8 @@ PlaybackSequencer::StartResult PlaybackSequencer::start(SequencedEntry& entry, b
     active_ = true;
     engine_.getChannel(slot_).stop();
     slot_ = (slot_ + 1) % 2;
+    path_ = entry.path;
+    streamLog_.reset();
 
     int end = 0;
     std::string typeName;
@@ -47,6 +49,13 @@ PlaybackSequencer::Tick PlaybackSequencer::tick() {
     Tick tick;
     if (!active_) {
         return tick;
+    }
+    // First, so that a stream lost after its last reconnect try is logged before it ends.
+    if (audio::Sound* sound = engine_.getSound(slot_)) {
+        audio::StreamStatus status;
+        if (sound->getStreamStatus(&status) == audio::Result::Ok) {
+            streamLog_.update(status, path_);
+        }
     }
     const audio::Channel channel = engine_.getChannel(slot_);
     bool playing = false;

@@ -14,6 +14,7 @@
 // Threading: GUI thread only (it drives the SoundEngine).
 
 #include "SoundEngine.h"
+#include "StreamLog.h"
 
 #include <cstdint>
 #include <string>
@@ -68,8 +69,9 @@ public:
         bool ended = false;
         unsigned positionMs = 0;
     };
-    // One timer tick: reads the current channel's position and state. Nothing happens (ended
-    // false) when not active; the window also skips ticks while paused.
+    // One timer tick: reads the current channel's position and state, and logs what a stream
+    // did since the last tick (StreamLog.h). Nothing happens (ended false) when not active; the
+    // window also skips ticks while paused.
     Tick tick();
 
     // Stops both slots (SoundEngine::stopAll) and becomes inactive.
@@ -81,4 +83,6 @@ private:
     int slot_ = 0;
     uint32_t endMs_ = UnknownLengthMs;
     bool active_ = false;
+    std::string path_; // of the current song, for the stream log
+    StreamLog streamLog_;
 };

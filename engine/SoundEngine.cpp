@@ -116,6 +116,14 @@ void SoundEngine::shutdown() {
     if (system == nullptr) {
         return;
     }
+    // The songs go first: releasing a stream ends its network waits (a reconnect's back-off)
+    // at once, where closing the System would wait for the worker that is in them.
+    for (audio::Sound*& sound : sounds) {
+        if (sound != nullptr) {
+            sound->release();
+            sound = nullptr;
+        }
+    }
     system->close();
     system->release();
     system = nullptr;

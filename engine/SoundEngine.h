@@ -39,7 +39,8 @@ public:
     // sound device); reverb and normalizer created, added and bypassed. Failures are logged.
     // Call once.
     void init(const audio::OutputSpec& output = {});
-    // Closes and releases the System (the player does this at exit). Safe to call twice.
+    // Releases the songs (a stream's network waits end at once), then closes and releases the
+    // System (the player does this at exit). Safe to call twice.
     void shutdown();
 
     audio::System* getSystem() const { return system; }

@@ -291,8 +291,17 @@ void MP3Database::updateTimeLabel(std::uint32_t positionMs) {
 }
 
 void MP3Database::refreshInfoLabels() {
-    ui->labelTitle->setText(PlayList::shownTitle(currentEntry_.title) + " (" +
-                            formatTime(currentEntry_.lengthMs) + ")");
+    // A stream shows the title its server announces for what plays now, once there is one.
+    audio::StreamStatus stream;
+    if (audio::Sound* sound = engine_->getSound(sequencer_->slot())) {
+        sound->getStreamStatus(&stream);
+    }
+    const QString title =
+        PlayList::shownTitle(stream.title.empty() ? currentEntry_.title : stream.title) + " (" +
+        formatTime(currentEntry_.lengthMs) + ")";
+    if (ui->labelTitle->text() != title) {
+        ui->labelTitle->setText(title);
+    }
     unsigned positionMs = 0;
     unsigned positionBytes = 0;
     const audio::Channel current = channel();

@@ -6,10 +6,12 @@
 // GUI thread, inside System::createSound) and afterwards used by exactly one thread at a time:
 // the sound's decode worker, or the caller for open-only sounds. It is never touched by the
 // real-time output callback. openDecoder may block (file or network I/O, bounded by the
-// network timeouts).
+// network timeouts). The exceptions are streamStatus and interrupt, which any thread may call
+// at any time, also while another thread is inside read.
 
 #include "Result.h"
 #include "SoundType.h"
+#include "StreamStatus.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -56,6 +58,12 @@ public:
     virtual Result seek(uint64_t frame) = 0;
     // The error that ended the data, Ok if it ended normally or has not ended.
     virtual Result lastError() const = 0;
+
+    // Title and reconnect state of a network stream; an empty status for other sources.
+    virtual StreamStatus streamStatus() const { return {}; }
+    // Ends every network wait of this decoder at once and for good: a reconnect's back-off or a
+    // read blocked on the server returns, and the data ends. For a sound that is going away.
+    virtual void interrupt() {}
 };
 
 // Network limits for URLs. Defaults suit a desktop player; tests shorten them.
@@ -65,6 +73,13 @@ struct NetworkOptions {
     // Most bytes a stream may send without sound coming out (at the start: tags, headers and
     // the first frame). A demuxer holds on to what it cannot use yet, so this bounds memory.
     int64_t maxBytesWithoutSound = int64_t{16} << 20;
+    // A live stream that drops (closed, read error) or stalls (readTimeoutMs without data)
+    // after it has played is reconnected: up to reconnectTries tries (0: it ends at once), the
+    // first reconnectDelayMs after the drop, each following wait twice the one before. All
+    // waits and connects after one drop end within reconnectWindowMs; then the data ends.
+    int reconnectTries = 4;
+    int reconnectDelayMs = 1000;
+    int reconnectWindowMs = 30000;
 };
 
 // What to open: a path or an http(s) URL, or a memory block.

@@ -1,5 +1,6 @@
-// Loading real media: gzip-compressed songs play from memory and leave nothing on disk, and a
-// file that only the module ripper can make playable plays the converted module.
+// Loading real media: gzip-compressed songs play from memory and leave nothing on disk, a file
+// that only the module ripper can make playable plays the converted module, and a live stream
+// has no end and plays on through a drop.
 #include "EngineTestSupport.h"
 #include "IcecastServer.h"
 #include "ModulePacker.h"
@@ -119,6 +120,68 @@ TEST(MediaLoading, LiveStreamHasNoEndAndTheUnknownLengthLimitActsFromItsSecondPl
     ASSERT_TRUE(third.loaded);
     EXPECT_FALSE(third.seekable);
     EXPECT_EQ(sequencer.endMs(), 1000u) << "every later play is cut off at the limit";
+    sequencer.stop();
+}
+
+// The player's side of a drop: the song goes on through the reconnect (the default back-off:
+// the first try a second after the drop, before the source is back), the log names the tries
+// and each title once.
+TEST(MediaLoading, ADroppedStreamPlaysOnAndTheLogNamesItsTriesAndEachTitleOnce) {
+    tamberlo::test::IcecastServer server;
+    ASSERT_TRUE(server.started()) << "icecast did not start";
+    server.feed(media("music.mp3"), "mp3", "audio/mpeg", "radio.mp3");
+    ASSERT_TRUE(server.waitForMount("radio.mp3", 15000));
+    ScratchDir dir("reconnect");
+    CapturedLog log(dir.file("log.html"));
+    auto engine = offlineEngine();
+    PlaybackSequencer sequencer(*engine);
+    SequencedEntry radio;
+    radio.path = server.url("radio.mp3");
+    ASSERT_TRUE(sequencer.start(radio).loaded);
+    ASSERT_TRUE(server.setStreamTitle("radio.mp3", "Morning Show"));
+
+    // Ticks as the player does until `text` is in the log or `seconds` pass; the song must not
+    // end meanwhile.
+    const auto tickUntilLogged = [&](const std::string& text, double seconds) {
+        const auto start = std::chrono::steady_clock::now();
+        while (!log.contains(text) &&
+               std::chrono::steady_clock::now() - start < std::chrono::duration<double>(seconds)) {
+            mixMs(*engine, 20);
+            if (sequencer.tick().ended) {
+                return false;
+            }
+        }
+        return log.contains(text);
+    };
+    ASSERT_TRUE(tickUntilLogged("Stream title: Morning Show", 10));
+
+    server.stopFeeding();
+    std::thread restart([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        server.feed(media("music.mp3"), "mp3", "audio/mpeg", "radio.mp3");
+        if (server.waitForMount("radio.mp3", 5000)) {
+            server.setStreamTitle("radio.mp3", "Evening News");
+        }
+    });
+    const bool secondTitle = tickUntilLogged("Stream title: Evening News", 30);
+    restart.join();
+    EXPECT_TRUE(secondTitle);
+    EXPECT_GT(mixMs(*engine, 500), 0.01f) << "sound after the reconnect";
+    EXPECT_FALSE(sequencer.tick().ended);
+
+    int morning = 0;
+    bool firstTry = false;
+    bool reconnected = false;
+    for (const LogEntry& entry : log.entries()) {
+        morning += entry.text == "Stream title: Morning Show" ? 1 : 0;
+        firstTry = firstTry || (entry.level == 1 && entry.text == "Stream dropped, reconnecting "
+                                                                  "(try 1 of 4): " +
+                                                                      radio.path);
+        reconnected = reconnected || entry.text == "Stream reconnected: " + radio.path;
+    }
+    EXPECT_EQ(morning, 1) << "a title is logged once";
+    EXPECT_TRUE(firstTry);
+    EXPECT_TRUE(reconnected);
     sequencer.stop();
 }
 

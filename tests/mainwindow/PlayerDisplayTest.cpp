@@ -1,5 +1,6 @@
 // What the player window shows: balance and pitch labels and their snapping under the mouse,
-// the time display of long songs and streams, and subsongs of a module.
+// the time display of long songs and streams, the title a stream announces, and subsongs of a
+// module.
 #include "EngineTestSupport.h"
 #include "IcecastServer.h"
 #include "NoPageSlider.h"
@@ -121,7 +122,7 @@ TEST_F(Display, AHundredMinuteSongShowsItsFullLength) {
     EXPECT_EQ(labelText(window, "labelCurrentTime"), "00:01") << "elapsed time again";
 }
 
-TEST_F(Display, AStreamShowsUnknownTimeAndCannotBeSoughtButTheSongAfterItCan) {
+TEST_F(Display, AStreamShowsItsTitleAndUnknownTimeAndCannotBeSoughtButTheSongAfterItCan) {
     tamberlo::test::IcecastServer server;
     ASSERT_TRUE(server.started()) << "icecast did not start";
     server.feed(QFile::encodeName(media("music.mp3")).toStdString(), "mp3", "audio/mpeg",
@@ -136,6 +137,13 @@ TEST_F(Display, AStreamShowsUnknownTimeAndCannotBeSoughtButTheSongAfterItCan) {
     play(500);
     EXPECT_EQ(labelText(window, "labelCurrentTime"), "??:??");
     EXPECT_FALSE(window.isNoSound()) << "a stream has no end";
+    ASSERT_TRUE(server.setStreamTitle("radio.mp3", "Artist - Song"));
+    for (int tick = 0; tick < 300 && !labelText(window, "labelTitle").startsWith("Artist");
+         ++tick) {
+        play(20);
+    }
+    EXPECT_EQ(labelText(window, "labelTitle"), QString("Artist - Song (") + "??:??" + ")")
+        << "the server's title";
     window.on_buttonStop_clicked();
 
     // A song played after the stream can be sought back to its start.

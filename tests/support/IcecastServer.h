@@ -2,7 +2,8 @@
 // A real Icecast server on 127.0.0.1 for stream tests, on a free port, with its own config and
 // log folder, fed by the ffmpeg command. Everything it starts is killed when it goes away.
 //
-// Threading: test thread only.
+// Threading: one thread at a time (a test may restart the source from a helper thread while
+// its own thread reads the stream).
 
 #include "ChildProcess.h"
 
@@ -34,10 +35,17 @@ public:
     // True once a listener's request for `mount` is answered with 200 (the source is on air),
     // polling up to `timeoutMs`.
     bool waitForMount(const std::string& mount, int timeoutMs) const;
+    // Sets the StreamTitle that listeners of `mount` receive in the stream, as a source client
+    // does (the admin metadata update). True when the server accepted it; the mount must be on
+    // air.
+    bool setStreamTitle(const std::string& mount, const std::string& title) const;
     // Ends the server abruptly (SIGKILL), as a crashed or unplugged radio.
     void kill();
 
 private:
+    // Sends `request` to the server and returns the start of its answer ("" when none).
+    std::string ask(const std::string& request) const;
+
     int port_ = 0;
     bool started_ = false;
     std::filesystem::path folder_;

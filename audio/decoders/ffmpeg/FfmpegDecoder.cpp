@@ -23,7 +23,7 @@ Result openFfmpegDecoder(const SourceLocation& where, const DecoderSource& sourc
     if (opened != Result::Ok) {
         return opened;
     }
-    auto decoder = std::make_unique<FfmpegDecoder>(std::move(input));
+    auto decoder = std::make_unique<FfmpegDecoder>(std::move(input), where, source.network);
     const Result started = decoder->start(source.accurateTime, source.network.readTimeoutMs);
     if (started != Result::Ok) {
         return started;
@@ -32,34 +32,53 @@ Result openFfmpegDecoder(const SourceLocation& where, const DecoderSource& sourc
     return Result::Ok;
 }
 
-FfmpegDecoder::FfmpegDecoder(FfmpegInput input) : input_(std::move(input)) {}
+FfmpegDecoder::FfmpegDecoder(FfmpegInput input, SourceLocation where, NetworkOptions network)
+    : where_(std::move(where)), network_(network), input_(std::move(input)) {
+    input_.guard->obey(&interruption_);
+    if (input_.network) {
+        status_.reconnectTries = std::max(0, network_.reconnectTries);
+        readIcyStation();
+    }
+}
 
-Result FfmpegDecoder::start(bool countLength, int readTimeoutMs) {
-    readTimeoutMs_ = readTimeoutMs;
-    AVFormatContext* format = input_.format.get();
-    const AVCodec* codec = nullptr;
-    const int index = av_find_best_stream(format, AVMEDIA_TYPE_AUDIO, -1, -1, &codec, 0);
-    if (index < 0 || codec == nullptr) {
+Result FfmpegDecoder::openAudioCodec(AVFormatContext* format, AVStream** stream,
+                                     CodecContext* codec) {
+    const AVCodec* decoder = nullptr;
+    const int index = av_find_best_stream(format, AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
+    if (index < 0 || decoder == nullptr) {
         return Result::FormatUnsupported;
     }
-    stream_ = format->streams[index];
+    *stream = format->streams[index];
     for (unsigned i = 0; i < format->nb_streams; ++i) {
         if (static_cast<int>(i) != index) {
             format->streams[i]->discard = AVDISCARD_ALL;
         }
     }
-    codec_.reset(avcodec_alloc_context3(codec));
-    packet_ = makePacket();
-    frame_ = makeFrame();
-    if (!codec_ || !packet_ || !frame_) {
+    codec->reset(avcodec_alloc_context3(decoder));
+    if (!*codec) {
         return Result::OutOfMemory;
     }
-    if (avcodec_parameters_to_context(codec_.get(), stream_->codecpar) < 0) {
+    if (avcodec_parameters_to_context(codec->get(), (*stream)->codecpar) < 0) {
         return Result::FormatUnsupported;
     }
-    codec_->pkt_timebase = stream_->time_base;
-    if (avcodec_open2(codec_.get(), codec, nullptr) < 0) {
+    (*codec)->pkt_timebase = (*stream)->time_base;
+    if (avcodec_open2(codec->get(), decoder, nullptr) < 0) {
         return Result::FormatUnsupported;
+    }
+    return Result::Ok;
+}
+
+Result FfmpegDecoder::start(bool countLength, int readTimeoutMs) {
+    readTimeoutMs_ = readTimeoutMs;
+    AVFormatContext* format = input_.format.get();
+    const Result opened = openAudioCodec(format, &stream_, &codec_);
+    if (opened != Result::Ok) {
+        return opened;
+    }
+    packet_ = makePacket();
+    frame_ = makeFrame();
+    if (!packet_ || !frame_) {
+        return Result::OutOfMemory;
     }
     type_ = soundTypeOf(format->iformat->name, stream_->codecpar->codec_id);
 
@@ -104,6 +123,7 @@ Result FfmpegDecoder::start(bool countLength, int readTimeoutMs) {
             return rewound;
         }
     }
+    started_ = true;
     return Result::Ok;
 }
 
@@ -127,6 +147,7 @@ bool FfmpegDecoder::receiveFrame() {
         const int received = avcodec_receive_frame(codec_.get(), frame_.get());
         if (received == 0) {
             input_.guard->noteProgress();
+            triesUsed_ = 0; // sound came: a later drop starts a new round of tries
             return true;
         }
         if (received == AVERROR_EOF) {
@@ -153,12 +174,17 @@ bool FfmpegDecoder::receiveFrame() {
             // codec still holds.
             if (input_.guard->overBudget()) {
                 lastError_ = Result::StreamOverBudget;
+            } else if (mayReconnect() && reconnect()) {
+                continue;
             } else if (read != AVERROR_EOF || isLive()) {
                 lastError_ = input_.network ? Result::NetworkRead : Result::FormatCorrupt;
             }
             avcodec_send_packet(codec_.get(), nullptr);
             flushed_ = true;
             continue;
+        }
+        if (input_.network) {
+            readIcyTitle();
         }
         if (packet_->stream_index == stream_->index) {
             const int sent = avcodec_send_packet(codec_.get(), packet_.get());

@@ -126,12 +126,14 @@ Result resultOfStreamError(int averror, const InputGuard& guard) {
     return Result::NetworkRead;
 }
 
-Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source, FfmpegInput* out) {
+Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source, FfmpegInput* out,
+                       const StreamInterruption* interruption) {
     // FFmpeg's warnings about misdetected junk would flood the terminal; our results say it.
     static std::once_flag quietLog;
     std::call_once(quietLog, [] { av_log_set_level(AV_LOG_ERROR); });
     out->network = where.kind == SourceKind::NetworkUrl;
     out->guard = std::make_unique<InputGuard>();
+    out->guard->obey(interruption);
 
     AVFormatContext* context = avformat_alloc_context();
     if (context == nullptr) {

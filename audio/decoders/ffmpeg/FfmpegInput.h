@@ -30,8 +30,10 @@ struct FfmpegInput {
 
 // Opens the input and reads its stream information. Returns Ok, FileNotFound, FileUnreadable,
 // FormatUnsupported (no allowed demuxer is confident), ProtocolRefused, OutOfMemory, and for
-// URLs the failures of resultOfConnectError and resultOfStreamError.
-Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source, FfmpegInput* out);
+// URLs the failures of resultOfConnectError and resultOfStreamError. `interruption` (may be
+// null; it must outlive *out) ends the opening and every later blocking call when set.
+Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source, FfmpegInput* out,
+                       const StreamInterruption* interruption = nullptr);
 
 // Maps an FFmpeg error met while opening a file or memory block to our result.
 Result resultOfFileError(int averror);

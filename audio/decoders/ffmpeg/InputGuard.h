@@ -6,10 +6,13 @@
 // - A byte budget bounds what a network stream may deliver without giving sound: a demuxer
 //   keeps in memory what it cannot yet use (a tag of hundreds of megabytes, a packet that never
 //   ends), so memory would otherwise grow with the bytes the server sends.
+// - An interruption (StreamInterruption.h) ends a blocked call when the sound goes away.
 //
-// Threading: arm/watch/noteProgress and the callback run on the decoder's thread.
+// Threading: arm/watch/noteProgress and the callback run on the decoder's thread; only the
+// interruption is set from other threads (it is atomic).
 
 #include "FfmpegHeaders.h"
+#include "StreamInterruption.h"
 
 #include <chrono>
 #include <cstdint>
@@ -35,10 +38,14 @@ public:
     void noteProgress() { progressAt_ = io_ != nullptr ? io_->bytes_read : 0; }
     bool overBudget() const { return io_ != nullptr && io_->bytes_read - progressAt_ > budget_; }
 
+    // From now on `interruption` (null: none; it must outlive the guard) also aborts calls.
+    void obey(const StreamInterruption* interruption) { interruption_ = interruption; }
+    bool interrupted() const { return interruption_ != nullptr && interruption_->interrupted(); }
+
     // AVIOInterruptCB callback (opaque = this): non-zero aborts the blocked call.
     static int interrupt(void* opaque) {
         const auto* guard = static_cast<const InputGuard*>(opaque);
-        return guard->timedOut() || guard->overBudget() ? 1 : 0;
+        return guard->timedOut() || guard->overBudget() || guard->interrupted() ? 1 : 0;
     }
 
 private:
@@ -47,6 +54,7 @@ private:
     const AVIOContext* io_ = nullptr;
     int64_t budget_ = 0;
     int64_t progressAt_ = 0;
+    const StreamInterruption* interruption_ = nullptr;
 };
 
 } // namespace audio::ffmpeg

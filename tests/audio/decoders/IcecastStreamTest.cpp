@@ -1,5 +1,6 @@
 // http streams from a real Icecast server started on 127.0.0.1 for each test and fed by the
-// ffmpeg command, also when the server goes away. (Servers that misbehave: BadInputTest.cpp.)
+// ffmpeg command: playing, the ICY title, and reconnecting when the source or the server goes
+// away. (Servers that misbehave: BadInputTest.cpp.)
 #include "DecoderTestSupport.h"
 #include "IcecastServer.h"
 
@@ -7,6 +8,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <functional>
 #include <thread>
 
 namespace audio::test {
@@ -96,21 +98,113 @@ TEST_F(IcecastStream, Mp3AndOggStreamsPlayWithUnknownLength) {
     }
 }
 
-TEST_F(IcecastStream, ServerStoppingMidStreamEndsTheData) {
-    auto decoder = feedAndOpen("music.mp3", "mp3", "audio/mpeg", "live.mp3");
-    ASSERT_TRUE(decoder);
-    std::vector<float> audio(2 * 4096);
-    ASSERT_EQ(decoder->read(audio.data(), 4096), 4096u);
-    server.kill();
+// Opens `mount` as soon as a listener can, with `options`.
+std::unique_ptr<Decoder> openWhenOnAir(const tamberlo::test::IcecastServer& server,
+                                       const std::string& mount, const NetworkOptions& options) {
+    DecoderSource stream;
+    stream.path = server.url(mount);
+    stream.network = options;
+    std::unique_ptr<Decoder> decoder;
+    const auto start = Clock::now();
+    while (secondsSince(start) < 15 && openDecoder(stream, nullptr, &decoder) != Result::Ok) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    }
+    return decoder;
+}
 
-    const auto stopped = Clock::now();
-    size_t got = 0;
-    do {
-        got = decoder->read(audio.data(), 4096);
-    } while (got > 0 && secondsSince(stopped) < 30);
-    EXPECT_EQ(got, 0u);
-    EXPECT_LT(secondsSince(stopped), 3.0 + 2.0);
-    EXPECT_EQ(decoder->lastError(), Result::NetworkRead);
+// Reads until `done(frames read so far)` holds, the data ends or `seconds` pass; returns the
+// frames read.
+size_t readUntil(Decoder& decoder, double seconds, const std::function<bool(size_t)>& done) {
+    std::vector<float> audio(2 * 4096);
+    size_t total = 0;
+    const auto start = Clock::now();
+    while (!done(total) && secondsSince(start) < seconds) {
+        const size_t got = decoder.read(audio.data(), 4096);
+        if (got == 0) {
+            break;
+        }
+        total += got;
+    }
+    return total;
+}
+
+bool never(size_t) {
+    return false;
+}
+
+// A drop while playing: the source stops (the server closes the connection) or the whole server
+// dies (refused from then on). A source back within the back-off plays on with its new title;
+// otherwise the data ends after the last try, or at once when reconnecting is off.
+TEST(IcecastReconnect, ADroppedStreamPlaysOnWhenTheSourceReturnsAndEndsAfterTheLastTry) {
+    const struct {
+        const char* name;
+        bool serverDies;
+        bool sourceReturns;
+        int tries;
+        double minSeconds; // from the drop to the end of the data
+        double maxSeconds;
+    } cases[] = {
+        {"source returns", false, true, 4, 0, 0},
+        {"source gone", false, false, 4, 3.7, 6.5},
+        {"server dies", true, false, 4, 3.7, 6.5},
+        {"reconnecting off", false, false, 0, 0, 1.5},
+    };
+    const std::string firstTitle = "Rock 'n' Roll; Part 1";
+    const std::string secondTitle = "Second = after the break";
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        tamberlo::test::IcecastServer server;
+        ASSERT_TRUE(server.started());
+        server.feed(mediaPath("music.mp3"), "mp3", "audio/mpeg", "radio.mp3");
+        NetworkOptions options = shortTimeouts();
+        options.reconnectTries = c.tries;
+        options.reconnectDelayMs = 250; // waits of 250, 500, 1000, 2000 ms
+        options.reconnectWindowMs = 6000;
+        auto decoder = openWhenOnAir(server, "radio.mp3", options);
+        ASSERT_TRUE(decoder);
+        ASSERT_TRUE(server.setStreamTitle("radio.mp3", firstTitle));
+        const auto title = [&] { return decoder->streamStatus().title; };
+        readUntil(*decoder, 10, [&](size_t) { return title() == firstTitle; });
+        ASSERT_EQ(title(), firstTitle);
+
+        const auto dropped = Clock::now();
+        if (c.serverDies) {
+            server.kill();
+        } else {
+            server.stopFeeding();
+        }
+        if (!c.sourceReturns) {
+            readUntil(*decoder, 30, never);
+            const double seconds = secondsSince(dropped);
+            EXPECT_EQ(readUntil(*decoder, 1, never), 0u) << "nothing after the end";
+            EXPECT_GE(seconds, c.minSeconds);
+            EXPECT_LT(seconds, c.maxSeconds);
+            EXPECT_EQ(decoder->lastError(), Result::NetworkRead);
+            EXPECT_EQ(decoder->streamStatus().lost, c.tries > 0);
+            continue;
+        }
+        // The source comes back while the decoder is between tries.
+        std::thread restart([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+            server.feed(mediaPath("music.mp3"), "mp3", "audio/mpeg", "radio.mp3");
+            if (server.waitForMount("radio.mp3", 5000)) {
+                server.setStreamTitle("radio.mp3", secondTitle);
+            }
+        });
+        readUntil(*decoder, 20, [&](size_t) { return title() == secondTitle; });
+        restart.join();
+        EXPECT_EQ(title(), secondTitle);
+        const size_t twoSeconds = 2 * 44100;
+        EXPECT_GE(readUntil(*decoder, 10, [&](size_t frames) { return frames >= twoSeconds; }),
+                  twoSeconds)
+            << "plays on";
+        const StreamStatus status = decoder->streamStatus();
+        EXPECT_EQ(status.drops, 1u);
+        EXPECT_FALSE(status.reconnecting);
+        EXPECT_GE(status.triesAfterDrop, 2) << "the first try comes before the source is back";
+        EXPECT_FALSE(status.lost);
+        EXPECT_EQ(decoder->lastError(), Result::Ok);
+    }
 }
 
 } // namespace
