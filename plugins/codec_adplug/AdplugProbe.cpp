@@ -99,7 +99,8 @@ std::string_view formatExtension(std::span<const uint8_t> head, std::string_view
     }
     if (tamberlo_codec::startsWith(head, "CTMF")) {
         // Longer files are checked whole when they are opened.
-        const bool plausible = fileSize == 0 ? cmfHeaderIsPlausible(head) : isPlayableCmf(head);
+        const bool whole = fileSize != 0 && head.size() == fileSize;
+        const bool plausible = whole ? isPlayableCmf(head) : cmfHeaderIsPlausible(head);
         return plausible ? ".cmf" : "";
     }
     const std::string extension = lowerExtension(fileName);

@@ -49,7 +49,7 @@ bool isPlayableHsc(std::span<const uint8_t> data, size_t fileSize) {
             return false;
         }
         patterns = (fileSize - HeaderBytes) / PatternBytes;
-        if (patterns > MaxPatterns || data.size() < fileSize) {
+        if (patterns > MaxPatterns) {
             return false;
         }
     }

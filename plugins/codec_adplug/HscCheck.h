@@ -15,10 +15,11 @@
 
 namespace adplug_codec {
 
-// True when `data` (the file's start or all of it) holds a playable HSC song. `fileSize` is the
-// whole file's size in bytes, or 0 when unknown: then the size rule is skipped, order entries
-// may name any of the 50 patterns the format allows, and only the patterns inside `data` are
-// checked. Pass the whole file with its size before handing it to the player.
+// True when `data` (the file's start or all of it) holds a playable HSC song as far as it
+// goes: only the pattern cells inside `data` are checked. `fileSize` is the whole file's size
+// in bytes, or 0 when unknown: then the size rule is skipped and order entries may name any of
+// the 50 patterns the format allows. Pass the whole file with its size before handing it to
+// the player.
 bool isPlayableHsc(std::span<const uint8_t> data, size_t fileSize);
 
 } // namespace adplug_codec

@@ -199,6 +199,42 @@ TEST_F(AdplugPlugin, CheckedTrackerSongsPlayTheirNotes) {
     }
 }
 
+// The probe sees only the first 4 KiB of a song, so longer HSC and CMF songs are checked
+// whole when they are opened: they play for their whole length, damage at their end is refused.
+TEST_F(AdplugPlugin, ChecksLongSongsWhole) {
+    constexpr size_t HscOrders = 128 * 12;
+    constexpr size_t HscPatternBytes = 64 * 9 * 2;
+    auto hsc = hscSong(); // three patterns
+    hsc.resize(hsc.size() + 2 * HscPatternBytes, 0);
+    std::copy_n(std::begin({0, 1, 2, 0xFF}), 4, hsc.begin() + HscOrders);
+    auto hscDamaged = hsc;
+    hscDamaged[hsc.size() - 2] = 100; // no such note
+    const auto cmf = chipgen::writeCmf(std::vector<chipgen::CmfNote>(1500, {69, 2, 0}), 200);
+    auto cmfDamaged = cmf;
+    cmfDamaged[cmf.size() - 5] = 0x80; // the last note off's velocity is no data byte
+    const struct {
+        std::string name;
+        std::vector<uint8_t> whole, damaged;
+        double songMs;
+    } songs[] = {
+        {"long.hsc", hsc, hscDamaged, 3 * 64 * 2 * 1000 / 18.2},
+        {"long.cmf", cmf, cmfDamaged, 1500 * 2 * 1000 / 200.0},
+    };
+    for (const auto& song : songs) {
+        for (const bool asMemory : {false, true}) {
+            SCOPED_TRACE(song.name + (asMemory ? " in memory" : " as file"));
+            ASSERT_GT(song.whole.size(), 4096u);
+            auto decoder = open(song.name, song.whole, asMemory);
+            ASSERT_TRUE(decoder);
+            EXPECT_NEAR(decoder->lengthFrames() * 1000.0 / decoder->sampleRate(), song.songMs,
+                        0.01 * song.songMs);
+            const auto opened =
+                plugin_test::openBytes(plugins_.get(), song.name, song.damaged, asMemory);
+            EXPECT_TRUE(!opened.decoder || opened.decoder->type() != audio::SoundType::User);
+        }
+    }
+}
+
 TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
     const auto imf = chipgen::writeImf(TwoNotes);
     const auto dro = chipgen::writeDro(TwoNotes);
