@@ -128,10 +128,11 @@ Result FfmpegDecoder::start(bool countLength, int readTimeoutMs) {
 }
 
 int64_t FfmpegDecoder::bitRate() const {
-    if (input_.format->bit_rate > 0) {
+    // A stream that dropped has no input until a reconnect brings a new one.
+    if (input_.format && input_.format->bit_rate > 0) {
         return input_.format->bit_rate;
     }
-    return std::max<int64_t>(0, stream_->codecpar->bit_rate);
+    return stream_ != nullptr ? std::max<int64_t>(0, stream_->codecpar->bit_rate) : 0;
 }
 
 Result FfmpegDecoder::selectSubsong(int index) {

@@ -70,6 +70,13 @@ bool FfmpegDecoder::reconnect() {
         ++status_.drops;
         status_.triesAfterDrop = 0;
     }
+    // The dead connection goes at once: a server that serves one listener at a time, or counts
+    // them, must not keep seeing it through the waits.
+    input_.format.reset();
+    input_.url.reset();
+    input_.guard = std::make_unique<InputGuard>();
+    input_.guard->obey(&interruption_);
+    stream_ = nullptr;
     const Clock::time_point giveUpAt =
         dropAt_ + Milliseconds(std::max(0, network_.reconnectWindowMs));
     const auto timeLeft = [&] {
@@ -96,8 +103,6 @@ bool FfmpegDecoder::reconnect() {
         CodecContext codec;
         if (openFfmpegInput(where_, source, &fresh, &interruption_) == Result::Ok &&
             openAudioCodec(fresh.format.get(), &stream, &codec) == Result::Ok) {
-            // The old demuxer goes before the connection it reads from.
-            input_.format.reset();
             input_ = std::move(fresh);
             stream_ = stream;
             codec_ = std::move(codec);
