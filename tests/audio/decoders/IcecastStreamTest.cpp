@@ -185,7 +185,7 @@ TEST(IcecastReconnect, ADroppedStreamPlaysOnWhenTheSourceReturnsAndEndsAfterTheL
         }
         // The source comes back while the decoder is between tries.
         std::thread restart([&] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
             server.feed(mediaPath("music.mp3"), "mp3", "audio/mpeg", "radio.mp3");
             if (server.waitForMount("radio.mp3", 5000)) {
                 server.setStreamTitle("radio.mp3", secondTitle);
