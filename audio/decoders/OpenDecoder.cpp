@@ -5,6 +5,7 @@
 #include "ffmpeg/FfmpegDecoder.h"
 #include "ffmpeg/FfmpegFormats.h"
 #include "openmpt/OpenMptDecoder.h"
+#include "plugin/IsolatedPluginDecoder.h"
 #include "plugin/LoadedPlugin.h"
 #include "plugin/PluginDecoder.h"
 
@@ -19,6 +20,9 @@ namespace {
 
 // Leading bytes handed to the content probes (plug-ins and libopenmpt).
 constexpr size_t PluginProbeBytes = 4096;
+// Probe answers (TamberloCodec.h): decode in the player, or in tamberlo-codec-host.
+constexpr int PluginClaims = 1;
+constexpr int PluginClaimsIsolated = 2;
 // Modules are loaded whole; anything larger is not a module we can play.
 constexpr uint64_t MaxModuleBytes = 256u * 1024 * 1024;
 
@@ -109,13 +113,25 @@ Result openDecoder(const DecoderSource& source, const PluginRegistry* plugins,
     if (plugins != nullptr) {
         const std::string name = std::filesystem::path(where.location).filename().string();
         for (const auto& plugin : plugins->plugins()) {
-            if (plugin->table().probe(head, std::min(headSize, PluginProbeBytes), name.c_str()) !=
-                1) {
+            const int claim =
+                plugin->table().probe(head, std::min(headSize, PluginProbeBytes), name.c_str());
+            if (claim != PluginClaims && claim != PluginClaimsIsolated) {
                 continue;
             }
             const bool fromMemory = where.kind == SourceKind::Memory;
-            const Result opened = openPluginDecoder(
-                *plugin, where.location, fromMemory ? source.memory : nullptr, local.total, out);
+            auto memory = fromMemory ? source.memory : nullptr;
+            Result opened = Result::FormatUnsupported;
+            if (claim == PluginClaims) {
+                opened =
+                    openPluginDecoder(*plugin, where.location, std::move(memory), local.total, out);
+            } else {
+#ifndef _WIN32
+                opened = openIsolatedPluginDecoder(*plugin, where.location, std::move(memory),
+                                                   local.total, IsolationLimits{}, out);
+#else
+                continue; // no separate process here: such data is not claimed
+#endif
+            }
             if (opened == Result::Ok) {
                 return opened;
             }

@@ -48,8 +48,13 @@ typedef struct TamberloCodecTable {
     uint32_t abi_version; /* TAMBERLO_CODEC_ABI_VERSION */
     const char* name;     /* short display name, e.g. "tone" */
 
-    /* 1 when the plug-in decodes data that starts with `head` (`size` bytes, the first 4 KiB or
-     * less of the file or block); `name` is the file name or the block's name, maybe "". */
+    /* Whether the plug-in decodes data that starts with `head` (`size` bytes, the first 4 KiB
+     * or less of the file or block); `name` is the file name or the block's name, maybe "".
+     * 0: not claimed. 1: claimed, decoded in the player. 2: claimed, but the plug-in's library
+     * may crash or hang on a damaged file of this kind, so the player decodes it in a separate
+     * process (tamberlo-codec-host, which loads the plug-in on its own and opens the file by
+     * path); where the player cannot do that (Windows) 2 counts as 0. Plug-ins written before
+     * 2 existed never return it. */
     int (*probe)(const uint8_t* head, size_t size, const char* name);
     /* Open a file by path, or a block that stays valid and unchanged until close. NULL when the
      * data cannot be decoded. Either may be NULL in the table when not supported. */

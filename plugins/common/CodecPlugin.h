@@ -9,6 +9,7 @@
 //   static constexpr const char* Name;            // short name, e.g. "sid"
 //   static constexpr size_t MaxFileBytes;         // larger files are refused unread
 //   static bool probe(std::span<const uint8_t> head, std::string_view fileName);
+//     (or returning Claim, for a plug-in with formats to be decoded in a separate process)
 //   static std::unique_ptr<tamberlo_codec::Codec> open(std::span<const uint8_t> data,
 //                                                      const char* pathOrNull);
 // open() gets the whole file or block; the bytes stay valid until the codec is destroyed.
@@ -24,9 +25,14 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace tamberlo_codec {
+
+// A probe's answer (TamberloCodec.h): not claimed, decoded in the player, or decoded in a
+// separate process because the library may crash or hang on a damaged file of the format.
+enum class Claim { No = 0, Yes = 1, Isolated = 2 };
 
 class Codec {
 public:
@@ -83,7 +89,12 @@ template <class Plugin> struct CodecTableFunctions {
 
     static int probe(const uint8_t* head, size_t size, const char* name) noexcept {
         try {
-            return Plugin::probe({head, size}, name != nullptr ? name : "") ? 1 : 0;
+            const auto claim = Plugin::probe({head, size}, name != nullptr ? name : "");
+            if constexpr (std::is_same_v<decltype(claim), const Claim>) {
+                return static_cast<int>(claim);
+            } else {
+                return claim ? 1 : 0;
+            }
         } catch (...) {
             return 0;
         }
