@@ -88,7 +88,7 @@ bool FfmpegDecoder::reconnect() {
         setReconnectTry(triesUsed_);
         if (!interruption_.waitFor(
                 std::min(backoffBefore(triesUsed_, network_.reconnectDelayMs), timeLeft()))) {
-            return false;
+            break;
         }
         const int64_t connectMs = std::min<int64_t>(network_.connectTimeoutMs, timeLeft().count());
         if (connectMs <= 0) {
@@ -112,10 +112,11 @@ bool FfmpegDecoder::reconnect() {
             return true;
         }
         if (interruption_.interrupted()) {
-            return false;
+            break;
         }
     }
-    endReconnect(true);
+    // An interrupted decoder is going away: its stream ends, but was not lost.
+    endReconnect(!interruption_.interrupted());
     return false;
 }
 

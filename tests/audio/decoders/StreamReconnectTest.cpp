@@ -68,6 +68,7 @@ TEST(StreamReconnect, AStallIsReconnectedAndAnInterruptEndsTheWaitAtOnce) {
         }
         const StreamStatus status = decoder->streamStatus();
         EXPECT_FALSE(status.lost);
+        EXPECT_FALSE(status.reconnecting);
         if (c.interrupt) {
             // A stream does not know the file's end padding, so a little more comes out.
             EXPECT_NEAR(double(frames), double(fileFrames), 4096) << "one connection's worth";
