@@ -138,8 +138,12 @@ struct GamePlugin {
     static constexpr const char* Name = "game";
     static constexpr size_t MaxFileBytes = game_codec::MaxFileBytes;
 
-    static bool probe(std::span<const uint8_t> head, std::string_view fileName) {
-        return identifyGameFormat(head, fileName).has_value();
+    static tamberlo_codec::Claim probe(std::span<const uint8_t> head, std::string_view fileName) {
+        const auto format = identifyGameFormat(head, fileName);
+        if (!format) {
+            return tamberlo_codec::Claim::No;
+        }
+        return format->isolated ? tamberlo_codec::Claim::Isolated : tamberlo_codec::Claim::Yes;
     }
     static std::unique_ptr<tamberlo_codec::Codec> open(std::span<const uint8_t> data,
                                                        const char* pathOrNull) {

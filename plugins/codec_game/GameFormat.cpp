@@ -17,6 +17,12 @@ using tamberlo_codec::startsWith;
 
 // "GYMX", five 32-byte names, a 256-byte comment, loop start and packed size.
 constexpr size_t GymxHeaderSize = 0x1AC;
+// "GBS", version, song count, first song, load/init/play addresses, stack pointer, timer
+// and three 32-byte texts.
+constexpr size_t GbsHeaderSize = 0x70;
+// "HESM", version, first song, init address, eight bank numbers, then the first data block's
+// "DATA", size and load address.
+constexpr size_t HesHeaderSize = 0x20;
 
 uint16_t little16(std::span<const uint8_t> bytes, size_t offset) {
     return static_cast<uint16_t>(bytes[offset] | (bytes[offset + 1] << 8));
@@ -48,9 +54,15 @@ std::optional<GameFormat> identifyByMagic(std::span<const uint8_t> head) {
     if (isVgm(head)) {
         return GameFormat{gme_vgm_type, "VGM"};
     }
-    // HES (PC Engine) and GBS (Game Boy) are left alone: libgme crashes on HES files whose init
-    // address or bank layout is merely unusual, and on GBS code that runs into high RAM; no
-    // check of the file can rule those out.
+    // GBS (Game Boy) and HES (PC Engine) play in a separate process: libgme crashes on GBS code
+    // that runs into high RAM and on HES files whose init address or bank layout is merely
+    // unusual, and no check of the file can rule those out.
+    if (startsWith(head, "GBS\x01") && head.size() >= GbsHeaderSize) {
+        return GameFormat{gme_gbs_type, "GBS", false, true};
+    }
+    if (startsWith(head, "HESM") && head.size() >= HesHeaderSize) {
+        return GameFormat{gme_hes_type, "HES", false, true};
+    }
     if ((startsWith(head, "KSCC") || startsWith(head, "KSSX")) && head.size() >= 0x10) {
         return GameFormat{gme_kss_type, "KSS"};
     }
@@ -167,6 +179,13 @@ bool isComplete(const GameFormat& format, std::span<const uint8_t> data) {
     }
     if (format.type == gme_nsfe_type) {
         return isPlayableNsfe(data);
+    }
+    if (format.type == gme_gbs_type) {
+        // Code after the header, and a first song among the songs.
+        return data.size() > GbsHeaderSize && data[4] >= 1 && data[5] >= 1 && data[5] <= data[4];
+    }
+    if (format.type == gme_hes_type) {
+        return data.size() > HesHeaderSize;
     }
     if (format.type == gme_spc_type) {
         return data.size() >= 0x10180; // header, 64 KiB of RAM and the DSP registers

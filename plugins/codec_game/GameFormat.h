@@ -19,6 +19,9 @@ struct GameFormat {
     gme_type_t type = nullptr; // libgme's emulator for it
     const char* label = "";    // short format name for the display, e.g. "NSF"
     bool gzipped = false;      // VGZ: the data must be decompressed first
+    // libgme may crash or hang on a damaged file of this format: the player decodes it in a
+    // separate process (probe result 2).
+    bool isolated = false;
 };
 
 // The format that `head` (the first bytes of the file, up to 4 KiB) starts, or nothing.
@@ -29,6 +32,7 @@ std::optional<GameFormat> identifyGameFormat(std::span<const uint8_t> head,
 // True when the whole file `data` is one libgme can be given safely: what its header promises
 // is there (truncated files are refused rather than half played), and for the formats whose
 // loaders or players trust their data (VGM, NSFE, AY, GYM) the structure is checked first.
+// GBS and HES get only a plausibility check: they are decoded in a separate process.
 bool isComplete(const GameFormat& format, std::span<const uint8_t> data);
 
 // True when `head` is a plausible headerless GYM stream: only GYM commands (frame waits and

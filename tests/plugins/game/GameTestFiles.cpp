@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace game_test {
 
@@ -24,6 +25,41 @@ void put16(std::vector<uint8_t>& out, size_t offset, uint16_t value) {
 
 double nesPulseHz(uint16_t period) {
     return 1789773.0 / (16.0 * (period + 1));
+}
+
+double gbSquareHz(uint16_t period) {
+    return 131072.0 / (2048 - period);
+}
+
+std::vector<uint8_t> gbsTone(uint16_t period) {
+    constexpr uint16_t Load = 0x0400;
+    std::vector<uint8_t> gbs(0x70, 0);
+    putText(gbs, 0, "GBS\x01");
+    gbs[4] = 1; // songs
+    gbs[5] = 1; // first song, 1-based
+    put16(gbs, 0x06, Load);
+    put16(gbs, 0x08, Load);   // init
+    put16(gbs, 0x0C, 0xFFFE); // stack in high RAM
+    putText(gbs, 0x10, "Square tone");
+    // LD A,n; LDH (reg),A for each sound register, in the order the hardware needs: power on,
+    // master volume, both sides, no sweep, duty 50 %, volume 15 without envelope, period, start.
+    const std::pair<uint8_t, uint8_t> writes[] = {
+        {0x26, 0x80},
+        {0x24, 0x77},
+        {0x25, 0xFF},
+        {0x10, 0x00},
+        {0x11, 0x80},
+        {0x12, 0xF0},
+        {0x13, static_cast<uint8_t>(period)},
+        {0x14, static_cast<uint8_t>(0x80 | ((period >> 8) & 7))},
+    };
+    for (const auto& [reg, value] : writes) {
+        gbs.insert(gbs.end(), {0x3E, value, 0xE0, reg});
+    }
+    gbs.push_back(0xC9); // RET (end of init)
+    put16(gbs, 0x0A, static_cast<uint16_t>(Load + gbs.size() - 0x70));
+    gbs.push_back(0xC9); // RET (play)
+    return gbs;
 }
 
 std::vector<uint8_t> twoSongNsf() {

@@ -18,6 +18,13 @@ double nesPulseHz(uint16_t period);
 // on NsfPulsePeriods[song] and leaves it playing; the play routine does nothing.
 std::vector<uint8_t> twoSongNsf();
 
+// Frequency in Hz of Game Boy square channel period value `period` (0..2047).
+double gbSquareHz(uint16_t period);
+
+// A GBS with one song whose init routine starts the first square channel at full volume on
+// `period` and leaves it playing; the play routine does nothing.
+std::vector<uint8_t> gbsTone(uint16_t period);
+
 // A headerless GYM stream: the PSG's first tone channel plays `period` (same clock and formula
 // as VGM's SN76489) for `frames` frames of 1/60 s.
 std::vector<uint8_t> headerlessGym(uint16_t period, int frames);
