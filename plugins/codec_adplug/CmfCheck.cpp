@@ -3,6 +3,7 @@
 #include "CodecPlugin.h"
 
 #include <algorithm>
+#include <array>
 #include <bitset>
 #include <cstddef>
 #include <optional>
@@ -61,6 +62,9 @@ bool streamIsValid(std::span<const uint8_t> music, unsigned instruments) {
     // The player plays a channel's note with the channel's last program, and a channel
     // without one reads an instrument number from memory it never set.
     std::bitset<16> patched;
+    // A note-off event for a key that does not sound can keep the player inside one update()
+    // for ever; a note on at velocity 0 is an ordinary key off and may be stray.
+    std::array<std::bitset<128>, 16> sounding;
     while (at < music.size()) {
         const std::optional<uint32_t> delta = readNumber(music, at);
         if (!delta || at >= music.size()) {
@@ -99,8 +103,13 @@ bool streamIsValid(std::span<const uint8_t> music, unsigned instruments) {
                 return false;
             }
             patched.set(channel);
-        } else if ((kind == NoteOn || kind == NoteOff) && !patched.test(channel)) {
-            return false;
+        } else if (kind == NoteOn || kind == NoteOff) {
+            const uint8_t key = music[at];
+            const bool keyOn = kind == NoteOn && music[at + 1] != 0;
+            if (!patched.test(channel) || (kind == NoteOff && !sounding[channel].test(key))) {
+                return false;
+            }
+            sounding[channel].set(key, keyOn);
         }
         at += dataBytes;
     }

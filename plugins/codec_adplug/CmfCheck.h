@@ -24,7 +24,8 @@ bool cmfHeaderIsPlausible(std::span<const uint8_t> head);
 // True when the whole file `file` is safe to play: a plausible header; the instrument block
 // (at least one instrument), the music and every title string inside the file; and an event
 // stream holding only channel messages (program changes naming existing instruments, notes
-// only on channels that had a program change before) and an optional end-of-track meta event,
+// only on channels that had a program change before, note-off events only for keys that
+// sound) and an optional end-of-track meta event,
 // whose data bytes are all inside the file, which never needs running status before a status
 // byte, and in which time passes after the first event.
 bool isPlayableCmf(std::span<const uint8_t> file);

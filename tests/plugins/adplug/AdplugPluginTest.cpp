@@ -311,6 +311,7 @@ TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
         {"nostatus.cmf", changed(cmf, music + 1, {0x40})},
         {"program.cmf", changed(cmf, music + 2, {1})},
         {"unpatched.cmf", changed(cmf, music + 1, {0xC1})}, // program change of another channel
+        {"strayoff.cmf", changed(cmf, music + 4, {0x80, 60, 0})}, // off before any note sounds
         {"databyte.cmf", changed(cmf, music + 5, {0x80})},
         {"cut.cmf", cmfCut},
         {"number.cmf", cmfLongNumber},
