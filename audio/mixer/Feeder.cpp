@@ -49,6 +49,11 @@ void Feeder::stop() {
         quit_ = true;
     }
     wake_.notify_one();
+    // A stream waiting to reconnect would hold the worker (and its channel) for up to the
+    // whole back-off after the channel was stopped.
+    if (source_ != nullptr) {
+        source_->interrupt();
+    }
 }
 
 void Feeder::join() {

@@ -22,6 +22,9 @@ public:
     virtual size_t read(float* out, size_t frames) = 0;
     virtual Result seek(uint64_t frame) = 0;
     virtual Result selectSubsong(int index) = 0;
+    // Ends a network stream's waits at once (a reconnect's back-off), so a worker blocked in
+    // read() returns; the stream's data then ends for good. Other sources ignore it. Any thread.
+    virtual void interrupt() {}
 };
 
 // A decoder with the lock that serialises its users (the worker, and readData on the GUI
@@ -42,6 +45,13 @@ public:
     Result seek(uint64_t frame) override {
         std::lock_guard lock(shared_->mutex);
         return shared_->decoder->seek(frame);
+    }
+    // Only network streams (files and blocks must stay playable on a later channel), and
+    // without the lock: the worker may hold it, blocked in the read this is meant to end.
+    void interrupt() override {
+        if (shared_->decoder->streamStatus().reconnectTries > 0) {
+            shared_->decoder->interrupt();
+        }
     }
     Result selectSubsong(int index) override {
         std::lock_guard lock(shared_->mutex);
