@@ -21,10 +21,14 @@ struct AdplugPlugin {
     // The largest AdLib songs are register captures of a few MiB.
     static constexpr size_t MaxFileBytes = size_t{32} << 20;
 
-    static bool probe(std::span<const uint8_t> head, std::string_view fileName) {
+    static tamberlo_codec::Claim probe(std::span<const uint8_t> head, std::string_view fileName) {
         // A head shorter than the probe size is the whole file, so its size is known.
         const size_t fileSize = head.size() < ProbeBytes ? head.size() : 0;
-        return !adplug_codec::formatExtension(head, fileName, fileSize).empty();
+        if (!adplug_codec::formatExtension(head, fileName, fileSize).empty()) {
+            return tamberlo_codec::Claim::Yes;
+        }
+        return adplug_codec::isolatedExtension(head).empty() ? tamberlo_codec::Claim::No
+                                                             : tamberlo_codec::Claim::Isolated;
     }
 
     static std::unique_ptr<tamberlo_codec::Codec> open(std::span<const uint8_t> data,
@@ -41,6 +45,10 @@ struct AdplugPlugin {
             } else if (adplug_codec::looksLikeImf(head, data.size())) {
                 extension = ".imf";
             }
+        }
+        // Opened here only inside the separate process the probe asked for.
+        if (extension.empty()) {
+            extension = adplug_codec::isolatedExtension(head);
         }
         if (extension.empty() || !adplug_codec::wholeFileIsPlayable(extension, data)) {
             return nullptr;

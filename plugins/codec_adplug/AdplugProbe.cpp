@@ -24,6 +24,12 @@ constexpr Magic Magics[] = {
     {"RAWADATA"sv, ".raw"}, {"ofTAZ!"sv, ".xsm"},           {"mpu401tr\x92kk\xeer@data"sv, ".mtk"},
 };
 
+// Formats whose players may crash or hang on a damaged file: decoded in a separate process.
+constexpr Magic IsolatedMagics[] = {
+    {"_A2module_"sv, ".a2m"},        {"DFM\x1A"sv, ".dfm"}, {"XAD!"sv, ".xad"},
+    {"<CUD-FM-File>\x1A"sv, ".cff"}, {"sopepos"sv, ".sop"}, {"DeFy DTM "sv, ".dtm"},
+};
+
 std::string lowerExtension(std::string_view fileName) {
     const size_t dot = fileName.rfind('.');
     const size_t slash = fileName.find_last_of("/\\");
@@ -88,6 +94,15 @@ bool looksLikeImf(std::span<const uint8_t> head, size_t fileSize) {
         keyOn = keyOn || ((reg & 0xF0) == 0xB0 && (head[at + 1] & 0x20) != 0);
     }
     return records >= 2 && keyOn;
+}
+
+std::string_view isolatedExtension(std::span<const uint8_t> head) {
+    for (const Magic& magic : IsolatedMagics) {
+        if (tamberlo_codec::startsWith(head, magic.bytes)) {
+            return magic.extension;
+        }
+    }
+    return {};
 }
 
 std::string_view formatExtension(std::span<const uint8_t> head, std::string_view fileName,

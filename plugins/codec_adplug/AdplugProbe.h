@@ -10,12 +10,14 @@
 // Claimed by name and checked for plausibility, as the format has no magic: Apogee IMF (".imf",
 // ".wlf"; the register stream must hold OPL registers and fit the file); HSC-Tracker (".hsc",
 // checked in full by HscCheck.h, as its player trusts the file).
-// Never claimed although libadplug reads them: formats whose libadplug players crash or never
-// return on damaged files (Digital-FM, the XAD wrappers, AdLib Tracker 2, Surprise! AdLib
-// Tracker 2, Mlat, MKJamz, Bob's AdLib Music, SNGPlay, Faust Music Creator, AMUSIC); formats whose
-// players no damaged file reached in our checks (BoomTracker, sopepos' Note Sequencer, DeFy), so
-// they stay out until they are checked; formats without magic; S3M (libopenmpt's), VGM (the game
-// plug-in's), MIDI and the MIDI-like formats that need separate instrument bank files.
+// Claimed by magic for a separate process only (isolatedExtension), as their players crash or
+// never return on damaged files or were never checked against them: AdLib Tracker 2
+// ("_A2module_"), Digital-FM ("DFM\x1A"), the XAD wrappers ("XAD!"), BoomTracker
+// ("<CUD-FM-File>\x1A"), sopepos' Note Sequencer ("sopepos"), DeFy ("DeFy DTM ").
+// Never claimed although libadplug reads them: crash-prone formats without magic (Surprise!
+// AdLib Tracker 2, Mlat, MKJamz, Bob's AdLib Music, SNGPlay, Faust Music Creator, AMUSIC); S3M
+// (libopenmpt's), VGM (the game plug-in's), MIDI and the MIDI-like formats that need separate
+// instrument bank files.
 //
 // Threading: pure functions, callable from any thread.
 
@@ -31,6 +33,9 @@ namespace adplug_codec {
 // "") and `fileSize` (bytes, 0 when unknown) only matter for the formats without magic.
 std::string_view formatExtension(std::span<const uint8_t> head, std::string_view fileName,
                                  size_t fileSize);
+
+// The extension of a format that is played only in a separate process (see above), or "".
+std::string_view isolatedExtension(std::span<const uint8_t> head);
 
 // False when the whole `file`, claimed as `extension`, fails the full check of a format whose
 // player trusts its data (".cmf", ".hsc"); true for every other format. The probe sees only
