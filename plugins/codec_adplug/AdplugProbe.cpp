@@ -21,13 +21,20 @@ using namespace std::string_view_literals;
 
 constexpr Magic Magics[] = {
     {"DBRAWOPL"sv, ".dro"}, {"RAD by REALiTY!!"sv, ".rad"}, {"JCH\x26\x02\x66"sv, ".d00"},
-    {"RAWADATA"sv, ".raw"}, {"ofTAZ!"sv, ".xsm"},           {"mpu401tr\x92kk\xeer@data"sv, ".mtk"},
+    {"RAWADATA"sv, ".raw"}, {"ofTAZ!"sv, ".xsm"},
 };
 
 // Formats whose players may crash or hang on a damaged file: decoded in a separate process.
 constexpr Magic IsolatedMagics[] = {
-    {"_A2module_"sv, ".a2m"},        {"DFM\x1A"sv, ".dfm"}, {"XAD!"sv, ".xad"},
-    {"<CUD-FM-File>\x1A"sv, ".cff"}, {"sopepos"sv, ".sop"}, {"DeFy DTM "sv, ".dtm"},
+    {"_A2module_"sv, ".a2m"},
+    {"DFM\x1A"sv, ".dfm"},
+    {"XAD!"sv, ".xad"},
+    {"<CUD-FM-File>\x1A"sv, ".cff"},
+    {"sopepos"sv, ".sop"},
+    {"DeFy DTM "sv, ".dtm"},
+    // MPU-401 Trakker songs are turned into HSC songs inside the library, whose player trusts
+    // them: a damaged one crashes it.
+    {"mpu401tr\x92kk\xeer@data"sv, ".mtk"},
 };
 
 std::string lowerExtension(std::string_view fileName) {

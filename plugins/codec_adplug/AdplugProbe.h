@@ -4,7 +4,7 @@
 //
 // Claimed by content (magic at the start): DOSBox Raw OPL ("DBRAWOPL"), Reality AdLib Tracker
 // ("RAD by REALiTY!!"), new-style EdLib D00 ("JCH\x26\x02\x66"), Raw AdLib Capture
-// ("RAWADATA"), eXtra Simple Music ("ofTAZ!"), MPU-401 Trakker ("mpu401tr\x92kk\xeer@data").
+// ("RAWADATA"), eXtra Simple Music ("ofTAZ!").
 // Claimed by content after our own check, as its player trusts the file (CmfCheck.h): Creative
 // Music File ("CTMF").
 // Claimed by name and checked for plausibility, as the format has no magic: Apogee IMF (".imf",
@@ -13,7 +13,8 @@
 // Claimed by magic for a separate process only (isolatedExtension), as their players crash or
 // never return on damaged files or were never checked against them: AdLib Tracker 2
 // ("_A2module_"), Digital-FM ("DFM\x1A"), the XAD wrappers ("XAD!"), BoomTracker
-// ("<CUD-FM-File>\x1A"), sopepos' Note Sequencer ("sopepos"), DeFy ("DeFy DTM ").
+// ("<CUD-FM-File>\x1A"), sopepos' Note Sequencer ("sopepos"), DeFy ("DeFy DTM "), MPU-401
+// Trakker ("mpu401tr\x92kk\xeer@data", played by the library's HSC player).
 // Never claimed although libadplug reads them: crash-prone formats without magic (Surprise!
 // AdLib Tracker 2, Mlat, MKJamz, Bob's AdLib Music, SNGPlay, Faust Music Creator, AMUSIC); S3M
 // (libopenmpt's), VGM (the game plug-in's), MIDI and the MIDI-like formats that need separate
