@@ -177,6 +177,20 @@ void MP3Database::replacePlaylistAndPlay(const QStringList& paths) {
     on_buttonPlay_clicked();
 }
 
+void MP3Database::openPaths(const QStringList& paths, bool enqueue) {
+    const int firstNew = playList_->model().count();
+    playList_->addPaths(playList_->expandFolders(paths));
+    if (enqueue || playList_->model().count() == firstNew) {
+        return;
+    }
+    if (currentSound >= 0) {
+        markRow(currentSound, false);
+    }
+    currentSound = firstNew;
+    markRow(currentSound, true);
+    playFromPlaylist();
+}
+
 void MP3Database::openSound() {
     const QString path =
         QFileDialog::getOpenFileName(this, "Load sound", QString(), "All files (*.*)");

@@ -60,6 +60,10 @@ public:
     // Plays `currentSound` as a double-click in the playlist does: subsong 0, not preloaded,
     // unpaused, started.
     void playFromPlaylist();
+    // Adds files, folders or URLs handed in from outside the window (a second start of the
+    // program, the desktop's media controls). enqueue false: they are appended and the first of
+    // them plays; true: they are only appended. Nothing that fails to add is played.
+    void openPaths(const QStringList& paths, bool enqueue);
 
     // Playback state, for tests and the playlist window.
     bool isNoSound() const { return noSound_; }
@@ -104,6 +108,11 @@ public slots:
     void showAboutDialog();
     void showPlayListDialog();
     void popupminimizeWindow();
+
+signals:
+    // Playback started, paused, resumed or stopped, the current song changed, or the volume or
+    // position was set by the user: for observers such as the desktop's media controls.
+    void playbackChanged();
 
 public:
     bool eventFilter(QObject* watched, QEvent* event) override;
