@@ -1,4 +1,5 @@
 #include "MP3Database.h"
+#include "MprisService.h"
 #include "SignalCloser.h"
 
 #include <QApplication>
@@ -12,6 +13,7 @@ int main(int argc, char* argv[]) {
     {
         MP3Database window(argc, argv);
         window.show();
+        const auto mediaControls = startMediaControls(window); // null without a session bus
         QObject::connect(&application, &QApplication::lastWindowClosed, &application,
                          &QApplication::quit);
         closer.closeOnSignal(&window);

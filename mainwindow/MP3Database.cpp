@@ -164,6 +164,7 @@ void MP3Database::dropEvent(QDropEvent* event) {
         ui->sliderProgress->setEnabled(true);
         startCurrentEntry();
     }
+    emit playbackChanged();
 }
 
 void MP3Database::replacePlaylistAndPlay(const QStringList& paths) {

@@ -71,6 +71,14 @@ public:
     int currentSubsong() const { return currentSubsong_; }
     int subsongCount() const { return subsongCount_; }
     std::uint32_t songLength() const { return currentEntry_.lengthMs; }
+    // Where the current song is, in ms from its start, read from its channel; 0 when stopped.
+    std::uint32_t positionMs() const {
+        unsigned ms = 0;
+        if (!noSound_) {
+            channel().getPosition(&ms, audio::TimeUnit::Ms);
+        }
+        return ms;
+    }
 
     void loadSettings();
     void saveSettings();

@@ -28,6 +28,7 @@ void MP3Database::on_sliderProgress_sliderReleased() {
         value = ui->sliderProgress->maximum() - 1;
     }
     channel().setPosition(static_cast<unsigned>(value), audio::TimeUnit::Ms);
+    emit playbackChanged();
 }
 
 void MP3Database::on_sliderBalance_valueChanged(int value) {
@@ -51,6 +52,7 @@ void MP3Database::on_sliderVolume_sliderPressed() {
 void MP3Database::on_sliderVolume_valueChanged(int value) {
     ui->labelVolume->setText(QString::number(value) + "%");
     engine_->setMasterVolume(static_cast<float>(value / 100.0));
+    emit playbackChanged();
 }
 
 void MP3Database::on_sliderPitch_valueChanged(int value) {
@@ -85,6 +87,7 @@ void MP3Database::seekToSubsong() {
     refreshInfoLabels();
     channel().setPosition(static_cast<unsigned>(currentSubsong_), audio::TimeUnit::SubsongCount);
     ui->sliderProgress->setRange(0, static_cast<int>(currentEntry_.lengthMs));
+    emit playbackChanged();
 }
 
 void MP3Database::on_buttonNextSub_clicked() {
@@ -131,6 +134,7 @@ void MP3Database::on_buttonNext_clicked() {
         resumeFromPause();
         startCurrentEntry();
     }
+    emit playbackChanged();
 }
 
 void MP3Database::on_buttonPrev_clicked() {
@@ -145,6 +149,7 @@ void MP3Database::on_buttonPrev_clicked() {
         resumeFromPause();
         startCurrentEntry();
     }
+    emit playbackChanged();
 }
 
 void MP3Database::on_buttonPause_clicked() {
@@ -155,6 +160,7 @@ void MP3Database::on_buttonPause_clicked() {
     paused_ = !paused_;
     ui->buttonPause->setChecked(paused_);
     channel().setPaused(paused_);
+    emit playbackChanged();
 }
 
 void MP3Database::on_buttonPlay_clicked() {
@@ -177,6 +183,7 @@ void MP3Database::on_buttonPlay_clicked() {
     ui->sliderProgress->setEnabled(true);
     startCurrentEntry();
     markRow(currentSound, true);
+    emit playbackChanged();
 }
 
 void MP3Database::playFromPlaylist() {
@@ -186,6 +193,7 @@ void MP3Database::playFromPlaylist() {
     noSound_ = false;
     ui->sliderProgress->setEnabled(true);
     startCurrentEntry();
+    emit playbackChanged();
 }
 
 void MP3Database::on_buttonStop_clicked() {
@@ -202,6 +210,7 @@ void MP3Database::on_buttonStop_clicked() {
         ui->labelTitle->setText("No sound loaded");
         soundLoaded_ = false;
     }
+    emit playbackChanged();
 }
 
 void MP3Database::startCurrentEntry() {

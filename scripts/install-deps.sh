@@ -16,6 +16,8 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     clang libclang-rt-14-dev
     xvfb xauth icecast2
+    # the media-controls test: a private session bus, its monitor, and gdbus to call the player
+    dbus-daemon dbus-bin libglib2.0-bin
     # the end-to-end test measures the captured sound
     python3
     # test media: real music and real encoders
