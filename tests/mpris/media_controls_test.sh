@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # The real player (offscreen, null output) on a private session bus, driven through its MPRIS2
 # interfaces with gdbus. Each row of the table calls a method or sets a property, then reads a
-# property back, whose reply must match a pattern; a Pause must be announced by PropertiesChanged
-# and a seek by Seeked, and Quit must end the player with exit code 0. Then, without a session
-# bus, the player must still start, log one line saying so, and end normally.
+# property back, whose reply must match a pattern, and may expect the signals the call sends
+# (PropertiesChanged, Seeked); Quit must end the player with exit code 0. Then, without a session
+# bus, or with the name taken by another player, the player must still start, log one line
+# saying why, and end normally.
 set -u
 player=$1
 media=$2
@@ -63,63 +64,78 @@ track=/org/mpris/MediaPlayer2/tamberlo/track
 # action: "-" (none), a Player method with its arguments, or "set PROPERTY VALUE"
 # read:   INTERFACE.PROPERTY, INTERFACE short for org.mpris.MediaPlayer2[.Player]
 # reply:  extended regular expression for what gdbus prints
+# signal: extended regular expression for the signals the action sends (dbus-monitor's text,
+#         lines joined), or empty
+changed='member=PropertiesChanged .*'
 table=(
-    "-                                 | MediaPlayer2.Identity         | ^\(<'Tamberlo'>,\)$"
-    "-                                 | Player.PlaybackStatus         | 'Playing'"
-    "-                                 | Player.Metadata               | 'xesam:title': <'music.flac'>"
-    "-                                 | Player.Metadata               | 'mpris:length': <int64 20[0-9]{6}>"
-    "Pause                             | Player.PlaybackStatus         | 'Paused'"
-    "SetPosition $track/0 5000000      | Player.Position               | <int64 5000000>"
-    "SetPosition $track/1 15000000     | Player.Position               | <int64 5000000>"
-    "Seek 3000000                      | Player.Position               | <int64 8000000>"
-    "Seek -60000000                    | Player.Position               | <int64 0>"
-    "Play                              | Player.PlaybackStatus         | 'Playing'"
-    "Next                              | Player.Metadata               | '$track/1'>, 'xesam:title': <'music.ogg'>"
-    "Previous                          | Player.Metadata               | '$track/0'>, 'xesam:title': <'music.flac'>"
-    "set Volume 0.37                   | Player.Volume                 | <0.37>"
-    "OpenUri file://$media/music.wav   | Player.Metadata               | '$track/3'>, 'xesam:title': <'music.wav'>"
-    "-                                 | Player.PlaybackStatus         | 'Playing'"
-    "Stop                              | Player.PlaybackStatus         | 'Stopped'"
-    "Play                              | Player.PlaybackStatus         | 'Playing'"
+    "-                            | MediaPlayer2.Identity | ^\(<'Tamberlo'>,\)$ |"
+    "-                            | Player.PlaybackStatus | 'Playing' |"
+    "-                            | Player.Metadata       | 'xesam:title': <'music.flac'> |"
+    "-                            | Player.Metadata       | 'mpris:length': <int64 20[0-9]{6}> |"
+    "Pause                        | Player.PlaybackStatus | 'Paused' |
+        $changed\"PlaybackStatus\" +variant +string \"Paused\""
+    "SetPosition $track/0 5000000 | Player.Position       | <int64 5000000> |
+        member=Seeked +int64 5000000"
+    "SetPosition $track/1 9000000 | Player.Position       | <int64 5000000> |"
+    "Seek 3000000                 | Player.Position       | <int64 8000000> |
+        member=Seeked +int64 8000000"
+    "Seek -60000000               | Player.Position       | <int64 0> |"
+    "Play                         | Player.PlaybackStatus | 'Playing' |"
+    "Next                         | Player.Metadata       | '$track/1'>, 'xesam:title': <'music.ogg'> |
+        $changed\"Metadata\" .*\"$track/1\""
+    "Previous                     | Player.Metadata       | '$track/0'>, 'xesam:title': <'music.flac'> |"
+    "set Volume 0.37              | Player.Volume         | <0.37> |
+        $changed\"Volume\" +variant +double 0.37"
+    "OpenUri file://$media/music.wav | Player.Metadata    | '$track/3'>, 'xesam:title': <'music.wav'> |"
+    "-                            | Player.PlaybackStatus | 'Playing' |"
+    "Stop                         | Player.PlaybackStatus | 'Stopped' |"
+    "Play                         | Player.PlaybackStatus | 'Playing' |"
 )
+trim() { sed 's/^ *//; s/ *$//' <<<"$1"; }
 failed=0
 for row in "${table[@]}"; do
-    IFS='|' read -r action property pattern <<<"$row"
+    row=$(tr '\n' ' ' <<<"$row")
+    IFS='|' read -r action property pattern signal <<<"$row"
     read -r -a words <<<"$action"
-    pattern=$(sed 's/^ *//; s/ *$//' <<<"$pattern")
+    pattern=$(trim "$pattern")
+    signal=$(trim "$signal")
     read -r interface key <<<"$(sed 's/\./ /' <<<"$property")"
     interface=org.mpris.${interface/#Player/MediaPlayer2.Player}
+    seen=$(wc -l <"$work/signals")
     case "${words[0]}" in
     -) ;;
     set) call --method org.freedesktop.DBus.Properties.Set "$iface" "${words[1]}" "<${words[2]}>" >/dev/null ;;
     *) call --method "$iface.${words[0]}" -- "${words[@]:1}" >/dev/null ;;
     esac
     reply=$(call --method org.freedesktop.DBus.Properties.Get "$interface" "$key" 2>&1)
-    if grep -Eq -- "$pattern" <<<"$reply"; then
-        echo "ok   $action -> $key"
-    else
+    newSignals() { tail -n +"$((seen + 1))" "$work/signals" | tr '\n' ' '; }
+    if ! grep -Eq -- "$pattern" <<<"$reply"; then
         echo "FAIL $action -> $key: $reply (expected $pattern)"
         failed=$((failed + 1))
+    elif [ -n "$signal" ] && ! waitFor "newSignals | grep -Eq -- '$signal'"; then
+        echo "FAIL $action: no signal matching $signal"
+        failed=$((failed + 1))
+    else
+        echo "ok   $action -> $key"
     fi
 done
-
-# The signals the calls above caused: PropertiesChanged on Pause, Seeked after SetPosition.
-sleep 0.3
-grep -A 5 'member=PropertiesChanged' "$work/signals" | grep -q 'string "Paused"' ||
-    { echo "FAIL no PropertiesChanged with \"Paused\""; failed=$((failed + 1)); }
-grep -A 1 'member=Seeked' "$work/signals" | grep -q 'int64 5000000' ||
-    { echo "FAIL no Seeked to 5 s"; failed=$((failed + 1)); }
-call --method org.mpris.MediaPlayer2.Quit >/dev/null
-endsWithZero "$playerPid"
 [ "$failed" -eq 0 ] || fail "$failed check(s) failed"
 
-# No session bus: the player starts, logs why it has no media controls, and ends normally.
-DBUS_SESSION_BUS_ADDRESS="unix:path=$work/no-bus" "$player" --output null >"$work/player.out" 2>&1 &
-playerPid=$!
-pids+=($playerPid)
-waitFor "newLog | grep -q 'Media controls (MPRIS) are off: no session bus'" ||
-    fail "no log line for the missing session bus"
-kill -TERM "$playerPid"
+# Without media controls the player still runs: a second player finds the name taken, one
+# without a session bus has none; each logs one line saying why and ends normally.
+for row in "$DBUS_SESSION_BUS_ADDRESS|the name $name is owned by another process" \
+    "unix:path=$work/no-bus|no session bus"; do
+    IFS='|' read -r address why <<<"$row"
+    DBUS_SESSION_BUS_ADDRESS=$address "$player" --output null >"$work/other.out" 2>&1 &
+    otherPid=$!
+    pids+=($otherPid)
+    waitFor "newLog | grep -qF 'Media controls (MPRIS) are off: $why'" || fail "no log line: $why"
+    kill -TERM "$otherPid"
+    endsWithZero "$otherPid"
+    [ "$(newLog | grep -cF "$why")" -eq 1 ] || fail "not one line: $(newLog | grep -F "$why")"
+done
+
+# Quit on the bus closes the first player as its Quit button does.
+call --method org.mpris.MediaPlayer2.Quit >/dev/null
 endsWithZero "$playerPid"
-[ "$(newLog | grep -c 'Media controls')" -eq 1 ] || fail "not exactly one line: $(newLog | grep 'Media controls')"
 echo "ok"
