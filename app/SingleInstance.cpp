@@ -18,6 +18,7 @@ constexpr quint32 RequestVersion = 1;
 constexpr char Receipt = 'k';
 constexpr int LockTimeoutMs = 10000;
 constexpr int ConnectTimeoutMs = 2000;
+constexpr int MaxAttempts = 3;
 
 QByteArray encodeRequest(const QStringList& paths, bool enqueue) {
     QByteArray body;
@@ -88,26 +89,32 @@ SingleInstance::Role SingleInstance::claim(const QStringList& paths, bool enqueu
         error_ = "no runtime folder";
         return Role::Alone;
     }
-    QLockFile lock(path + ".lock");
-    if (!lock.tryLock(LockTimeoutMs)) {
-        error_ = "could not lock " + path + ".lock";
-        return Role::Alone;
-    }
-    QLocalSocket socket;
-    socket.connectToServer(path);
-    if (socket.waitForConnected(ConnectTimeoutMs)) {
+    // A player that is closing may take the connection and go away without a receipt; the next
+    // attempt then finds no player, and this start becomes the player.
+    for (int attempt = 1;; ++attempt) {
+        QLockFile lock(path + ".lock");
+        if (!lock.tryLock(LockTimeoutMs)) {
+            error_ = "could not lock " + path + ".lock";
+            return Role::Alone;
+        }
+        QLocalSocket socket;
+        socket.connectToServer(path);
+        if (!socket.waitForConnected(ConnectTimeoutMs)) {
+            // Nobody accepts: no socket file, or one left by a player that crashed.
+            QLocalServer::removeServer(path);
+            return listen(path) ? Role::Primary : Role::Alone;
+        }
         lock.unlock(); // the running player is known; other starts need not wait for our receipt
         socket.write(encodeRequest(paths, enqueue));
         socket.flush();
         if (socket.waitForReadyRead(ReceiptTimeoutMs) && socket.read(1) == QByteArray(1, Receipt)) {
             return Role::HandedOff;
         }
-        error_ = "the running player did not confirm the request";
-        return Role::Unanswered;
+        if (socket.error() == QLocalSocket::SocketTimeoutError || attempt == MaxAttempts) {
+            error_ = "the running player did not confirm the request";
+            return Role::Unanswered;
+        }
     }
-    // Nobody accepts: no socket file, or one left by a player that crashed.
-    QLocalServer::removeServer(path);
-    return listen(path) ? Role::Primary : Role::Alone;
 }
 
 bool SingleInstance::listen(const QString& path) {

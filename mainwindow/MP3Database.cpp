@@ -87,7 +87,9 @@ MP3Database::MP3Database(const PlayerStartup& startup, QWidget* parent, Qt::Wind
     } else {
         currentSound = storedSound;
         restoreLastPlaylist();
-        openPaths(startup.paths, true);
+        if (!startup.paths.isEmpty()) {
+            openPaths(startup.paths, true);
+        }
     }
     progressTimer_.start(20);
 }

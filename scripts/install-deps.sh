@@ -16,6 +16,8 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     clang libclang-rt-14-dev
     xvfb xauth icecast2
+    # the install test checks the desktop entry
+    desktop-file-utils
     # the end-to-end test measures the captured sound
     python3
     # test media: real music and real encoders
