@@ -37,8 +37,10 @@ public:
     ~SingleInstance() override;
 
     // Hands `paths` (absolute, or URLs) and `enqueue` to a running player, or becomes the one
-    // that listens when no player answers the socket. Blocks for at most a few seconds for the
-    // lock plus ReceiptTimeoutMs.
+    // that listens when no player answers the socket. A player that closes the connection
+    // without a receipt (it was closing) is asked again, up to three times in all. Blocks while
+    // another start holds the lock (at most 10 s each time) and, once connected, for at most
+    // ReceiptTimeoutMs.
     Role claim(const QStringList& paths, bool enqueue);
     // Why the last claim() returned Alone or Unanswered; empty otherwise.
     QString error() const { return error_; }
