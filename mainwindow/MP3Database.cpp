@@ -1,6 +1,7 @@
 // The player window: construction, shutdown, dialogs, the context menu and drops.
 #include "MP3Database.h"
 
+#include "DataFolders.h"
 #include "LevelMeter.h"
 #include "LogFile.h"
 #include "PlayList.h"
@@ -14,7 +15,6 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QCoreApplication>
-#include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFile>
@@ -23,53 +23,32 @@
 #include <QMenu>
 #include <QMimeData>
 
-namespace {
-
-// "--output NAME" from the command line; other arguments are files and folders.
-struct CommandLine {
-    QString output;
-    QStringList files;
-};
-
-CommandLine parseCommandLine(int argc, char* argv[]) {
-    CommandLine line;
-    for (int i = 1; i < argc; ++i) {
-        const QString argument = QString::fromLocal8Bit(argv[i]);
-        if (argument == "--output" && i + 1 < argc) {
-            line.output = QString::fromLocal8Bit(argv[++i]);
-        } else if (argument.startsWith("--output=")) {
-            line.output = argument.mid(9);
-        } else {
-            line.files << argument;
-        }
-    }
-    return line;
-}
-
-} // namespace
-
-MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlags flags)
+MP3Database::MP3Database(const PlayerStartup& startup, QWidget* parent, Qt::WindowFlags flags)
     : QMainWindow(parent, flags), ui(std::make_unique<Ui::MP3DatabaseClass>()) {
     connect(&progressTimer_, &QTimer::timeout, this, &MP3Database::timerProgress);
 
     const QString appDir = QCoreApplication::applicationDirPath();
     if (!theLogFile) {
-        theLogFile = new LogFile(
-            QString(appDir + QDir::separator() + "logfile.html").toLocal8Bit().toStdString());
+        const DataFolders folders = chooseDataFolders(appDir);
+        theLogFile = new LogFile(QFile::encodeName(folders.logFile).toStdString());
+        if (!folders.besideProgram) {
+            theLogFile->logLine(
+                LogFile::Black, "The program folder %s is not writable: settings in %s, log in %s",
+                qPrintable(appDir), qPrintable(folders.settingsFile), qPrintable(folders.logFile));
+        }
     }
-    const CommandLine commandLine = parseCommandLine(argc, argv);
 
     engine_ = std::make_unique<SoundEngine>();
     audio::OutputSpec output;
-    if (!commandLine.output.isEmpty() &&
-        audio::parseOutputSpec(commandLine.output.toStdString(), &output) != audio::Result::Ok) {
+    if (!startup.output.isEmpty() &&
+        audio::parseOutputSpec(startup.output.toStdString(), &output) != audio::Result::Ok) {
         theLogFile->logLine(LogFile::Red, "Unknown audio output '%s', using the default",
-                            qPrintable(commandLine.output));
+                            qPrintable(startup.output));
     }
     engine_->init(output);
     ui->setupUi(this);
     setWindowFlags(Qt::FramelessWindowHint);
-    setWindowIcon(QIcon("Resources/mp3.png"));
+    setWindowIcon(QIcon(skin::resourcePath(appDir, "mp3.png")));
     playList_ = new PlayList(this, engine_.get(), *theLogFile);
     playList_->setWindowFlags(Qt::Tool | Qt::FramelessWindowHint);
     levelMeter_ = std::make_unique<LevelMeter>(ui->labelVUMeter, engine_.get());
@@ -102,12 +81,15 @@ MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlag
     ui->labelTopBar->installEventFilter(this);
     ui->labelCurrentTime->installEventFilter(this);
 
-    if (!commandLine.files.isEmpty()) {
-        playList_->addPaths(playList_->expandFolders(commandLine.files));
+    if (!startup.paths.isEmpty() && !startup.enqueue) {
+        playList_->addPaths(playList_->expandFolders(startup.paths));
         on_buttonPlay_clicked();
     } else {
         currentSound = storedSound;
         restoreLastPlaylist();
+        if (!startup.paths.isEmpty()) {
+            openPaths(startup.paths, true);
+        }
     }
     progressTimer_.start(20);
 }

@@ -29,12 +29,23 @@ namespace Ui {
 class MP3DatabaseClass;
 }
 
+// What the window starts with (the program's command line, see app/CommandLine.h).
+struct PlayerStartup {
+    // Audio output: "sdl", "null", "offline" or "wav:PATH"; empty: the default (TAMBERLO_OUTPUT,
+    // else sdl). An unknown name is logged and the default used.
+    QString output;
+    // Files, folders and URLs. Empty: the last playlist is restored and nothing plays.
+    QStringList paths;
+    // false: `paths` replace the last playlist and the first of them plays. true: the last
+    // playlist is restored, `paths` are appended, nothing plays.
+    bool enqueue = false;
+};
+
 class MP3Database : public QMainWindow {
     Q_OBJECT
 public:
-    // argc/argv are the program's own: file and folder arguments are added and played; an
-    // "--output NAME" pair chooses the audio output (sdl, null, offline, wav:PATH).
-    MP3Database(int argc, char* argv[], QWidget* parent = nullptr, Qt::WindowFlags flags = {});
+    explicit MP3Database(const PlayerStartup& startup = {}, QWidget* parent = nullptr,
+                         Qt::WindowFlags flags = {});
     ~MP3Database() override;
 
     // ---- state shared with the playlist window and the settings dialog ----

@@ -1,4 +1,5 @@
 // Loading and saving the player's settings.ini, and the last playlist kept between runs.
+#include "DataFolders.h"
 #include "LevelMeter.h"
 #include "MP3Database.h"
 #include "PlayList.h"
@@ -7,14 +8,13 @@
 #include "ui_MP3Database.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFile>
 #include <QSettings>
 
 namespace {
 
 QString settingsPath() {
-    return QCoreApplication::applicationDirPath() + QDir::separator() + "settings.ini";
+    return chooseDataFolders(QCoreApplication::applicationDirPath()).settingsFile;
 }
 
 } // namespace

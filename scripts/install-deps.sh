@@ -18,6 +18,8 @@ packages=(
     xvfb xauth icecast2
     # the media-controls test: a private session bus, its monitor, and gdbus to call the player
     dbus-daemon dbus-bin libglib2.0-bin
+    # the install test checks the desktop entry
+    desktop-file-utils
     # the end-to-end test measures the captured sound
     python3
     # test media: real music and real encoders

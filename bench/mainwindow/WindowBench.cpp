@@ -35,11 +35,7 @@ QStringList songPaths(const QString& folder) {
 }
 
 std::unique_ptr<MP3Database> openPlayer() {
-    static char program[] = "tamberlo";
-    static char option[] = "--output";
-    static char output[] = "offline";
-    char* argv[] = {program, option, output, nullptr};
-    return std::make_unique<MP3Database>(3, argv);
+    return std::make_unique<MP3Database>(PlayerStartup{"offline", {}});
 }
 
 void printTimes(const char* what, std::vector<double> ms) {

@@ -9,6 +9,8 @@ demo="$appdir/Resources/demo/tamberlo-demo.mod"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
+# A runtime folder of its own: the player does not hand its files to another one running.
+export XDG_RUNTIME_DIR="$work/run" && mkdir -m 700 "$XDG_RUNTIME_DIR"
 
 log="$appdir/logfile.html"
 before=0

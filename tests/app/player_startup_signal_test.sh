@@ -26,6 +26,8 @@ waitFor() {
 }
 
 export TMPDIR="$work/tmp"
+# A runtime folder of its own: the player does not hand its files to another one running.
+export XDG_RUNTIME_DIR="$work/run" && mkdir -m 700 "$XDG_RUNTIME_DIR"
 mkdir -p "$TMPDIR"
 rm -f "$settings"
 

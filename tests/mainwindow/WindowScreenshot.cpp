@@ -45,13 +45,9 @@ int main(int argc, char* argv[]) {
     const QString prefix = QString::fromLocal8Bit(argv[2]);
     QDir().mkpath(outDir);
 
-    const QByteArray demo =
-        (QCoreApplication::applicationDirPath() + "/Resources/demo/tamberlo-demo.mod")
-            .toLocal8Bit();
-    char output[] = "--output";
-    char null[] = "null";
-    char* playerArgs[] = {argv[0], output, null, const_cast<char*>(demo.constData()), nullptr};
-    MP3Database player(4, playerArgs);
+    const QString demo =
+        QCoreApplication::applicationDirPath() + "/Resources/demo/tamberlo-demo.mod";
+    MP3Database player(PlayerStartup{"null", {demo}});
     player.move(40, 40);
     player.show();
     player.playList().show();

@@ -16,7 +16,6 @@
 #include <QTableWidget>
 
 #include <cmath>
-#include <vector>
 
 namespace windowtest {
 
@@ -81,16 +80,7 @@ void WindowTest::TearDown() {
 
 MP3Database& WindowTest::openPlayer(const QStringList& arguments) {
     closePlayer();
-    std::vector<QByteArray> storage{"tamberlo", "--output", "offline"};
-    for (const QString& argument : arguments) {
-        storage.push_back(QFile::encodeName(argument));
-    }
-    std::vector<char*> argv;
-    for (QByteArray& text : storage) {
-        argv.push_back(text.data());
-    }
-    argv.push_back(nullptr);
-    player_ = std::make_unique<MP3Database>(static_cast<int>(storage.size()), argv.data());
+    player_ = std::make_unique<MP3Database>(PlayerStartup{"offline", arguments});
     return *player_;
 }
 

@@ -20,6 +20,8 @@ trap cleanup EXIT
 fail() { echo "FAIL: $*"; exit 1; }
 
 export TMPDIR="$work/tmp"
+# A runtime folder of its own: the player does not hand its files to another one running.
+export XDG_RUNTIME_DIR="$work/run" && mkdir -m 700 "$XDG_RUNTIME_DIR"
 mkdir -p "$TMPDIR" "$work/songs"
 sox -n -r 44100 -c 2 -b 16 "$work/songs/a.wav" synth 1 sine 440 vol 0.2
 sox -n -r 44100 -c 2 -b 16 "$work/songs/b.wav" synth 1 sine 550 vol 0.5

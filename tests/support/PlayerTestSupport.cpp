@@ -17,11 +17,7 @@ PlayerSession::PlayerSession(const QVariantMap& settings) {
     }
 
     // No files on the command line: the player starts empty; the output is the offline one.
-    char program[] = "tamberlo";
-    char output[] = "--output";
-    char offline[] = "offline";
-    char* argv[] = {program, output, offline, nullptr};
-    player_ = std::make_unique<MP3Database>(3, argv);
+    player_ = std::make_unique<MP3Database>(PlayerStartup{"offline", {}});
 }
 
 PlayerSession::~PlayerSession() {

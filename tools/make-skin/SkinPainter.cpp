@@ -264,6 +264,10 @@ void paintIcon(QPainter& p) {
 
 } // namespace
 
+void paintAppIcon(QPainter& painter) {
+    paintIcon(painter);
+}
+
 std::vector<SkinImage> allSkinImages() {
     std::vector<SkinImage> images = {
         {"main.png", playerSize, paintMain},

@@ -19,4 +19,8 @@ struct SkinImage {
 // Every image the player and playlist windows load from Resources/, in a fixed order.
 std::vector<SkinImage> allSkinImages();
 
+// The program's icon (also "mp3.png" of the skin), drawn into (0, 0, 64, 64); scale the
+// painter for other sizes.
+void paintAppIcon(QPainter& painter);
+
 } // namespace skin
