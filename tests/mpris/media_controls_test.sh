@@ -121,12 +121,13 @@ for row in "${table[@]}"; do
 done
 [ "$failed" -eq 0 ] || fail "$failed check(s) failed"
 
-# Without media controls the player still runs: a second player finds the name taken, one
+# Without media controls the player still runs: a second player (--new-instance, or it would
+# hand over to the first) finds the name taken, one
 # without a session bus has none; each logs one line saying why and ends normally.
 for row in "$DBUS_SESSION_BUS_ADDRESS|the name $name is owned by another process" \
     "unix:path=$work/no-bus|no session bus"; do
     IFS='|' read -r address why <<<"$row"
-    DBUS_SESSION_BUS_ADDRESS=$address "$player" --output null >"$work/other.out" 2>&1 &
+    DBUS_SESSION_BUS_ADDRESS=$address "$player" --new-instance --output null >"$work/other.out" 2>&1 &
     otherPid=$!
     pids+=($otherPid)
     waitFor "newLog | grep -qF 'Media controls (MPRIS) are off: $why'" || fail "no log line: $why"
