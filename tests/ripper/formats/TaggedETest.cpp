@@ -1,6 +1,6 @@
-// Noise From Heaven, Stone Arts Player, GnuPlayer and GPMO: real music packed by the test
-// packers comes back as its music; cut modules and files full of packed headers neither convert
-// nor read outside the input. The AMOS music bank converts only its title and sample records.
+// GnuPlayer's own commands (round trips and damage of Noise From Heaven, Stone Arts Player,
+// GnuPlayer and GPMO: EveryFormatTest), and the AMOS music bank, which converts only its title
+// and sample records.
 #include "RipTestSupport.h"
 #include "packers/TaggedEPacker.h"
 
@@ -8,23 +8,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-const Packer kPackers[] = {{"Noise From Heaven", packNoiseFromHeaven, expectedFromNoiseFromHeaven},
-                           {"Stone Arts Player", packStoneArtsPlayer, expectedFromStoneArtsPlayer},
-                           {"GnuPlayer", packGnuPlayer, expectedFromGnuPlayer},
-                           {"GPMO", packGpmo, expectedFromGpmo}};
-
-TEST(TaggedE, PackedRealModulesComeBackAsTheirMusic) {
-    expectRoundTrips(kPackers);
-}
-
-TEST(TaggedE, ATruncatedModuleIsRejected) {
-    expectCutModulesRefused(kPackers);
-}
-
-TEST(TaggedE, FilesFullOfPackedHeadersNeitherCrashNorHang) {
-    expectHeaderFloodsAreSafe(kPackers);
-}
-
 // A command of the player's own is reported and left out; the rest of the song converts.
 TEST(TaggedE, GnuPlayerCommandWithoutProTrackerCounterpartIsReportedAndDropped) {
     ProTrackerModule module = ProTrackerModule::blank(1);
