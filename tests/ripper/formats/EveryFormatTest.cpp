@@ -8,7 +8,13 @@
 #include "RipTestSupport.h"
 
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string_view>
+
+// Test names and failures name the format.
+void PrintTo(const PackFormat& format, std::ostream* out) {
+    *out << format.name;
+}
 
 namespace {
 class EveryFormat : public testing::TestWithParam<PackFormat> {};
