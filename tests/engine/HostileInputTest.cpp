@@ -1,18 +1,22 @@
 // Hostile input for the engine, one table per kind: paths that are no plain song files (a pipe,
-// a folder, a huge file, several gzip members), songs whose samples are not numbers, settings
+// a folder, a huge file, gzip files that are damaged, lie about their size or hold several
+// members), songs whose samples are not numbers, settings
 // that are not numbers, and a current directory planted with a plug-in and a "-1.mod".
 #include "EngineTestSupport.h"
+#include "PcmWavWriter.h"
 #include "PipeWithRescue.h"
 #include "RipperFallback.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <optional>
 #include <thread>
 #include <zlib.h>
 
@@ -23,45 +27,28 @@ int16_t halfScaleTone(uint32_t frame, int) {
     return static_cast<int16_t>(16384 * std::sin(frame * 0.05));
 }
 
-void put32(std::vector<uint8_t>& out, uint32_t value) {
-    for (int i = 0; i < 4; ++i) {
-        out.push_back(static_cast<uint8_t>(value >> (8 * i)));
-    }
-}
-
-// A 32-bit float stereo WAV (format 3) holding `samples` as they are, whatever their value.
-void writeFloatWav(const std::string& path, const std::vector<float>& samples) {
-    const auto dataBytes = static_cast<uint32_t>(samples.size() * sizeof(float));
-    std::vector<uint8_t> out;
-    const std::string riff = "RIFF", wave = "WAVEfmt ", data = "data";
-    out.insert(out.end(), riff.begin(), riff.end());
-    put32(out, 36 + dataBytes);
-    out.insert(out.end(), wave.begin(), wave.end());
-    put32(out, 16);
-    put32(out, 3 | 2u << 16);  // IEEE float, two channels
-    put32(out, 44100);         // frames per second
-    put32(out, 44100 * 8);     // bytes per second
-    put32(out, 8 | 32u << 16); // bytes per frame, bits per sample
-    out.insert(out.end(), data.begin(), data.end());
-    put32(out, dataBytes);
-    const size_t at = out.size();
-    out.resize(at + dataBytes);
-    std::memcpy(out.data() + at, samples.data(), dataBytes);
-    writeBytes(path, out);
-}
-
-// `data` as two gzip members one after the other, as `cat a.gz b.gz` makes them.
-void writeTwoMemberGzip(const std::string& path, const std::vector<uint8_t>& data) {
-    const size_t half = data.size() / 2;
+// `data` gzip-compressed as one member, or as two one after the other (as `cat a.gz b.gz` makes
+// them); the trailer's size field (its last four bytes) says `claimedSize` when given.
+std::vector<uint8_t> gzipped(const std::string& path, const std::vector<uint8_t>& data,
+                             bool twoMembers = false, std::optional<uint32_t> claimedSize = {}) {
+    const size_t half = twoMembers ? data.size() / 2 : data.size();
     const std::pair<const char*, std::pair<size_t, size_t>> members[] = {
         {"wb", {0, half}}, {"ab", {half, data.size() - half}}};
     for (const auto& [mode, part] : members) {
         gzFile file = gzopen(path.c_str(), mode);
-        ASSERT_NE(file, nullptr);
-        EXPECT_EQ(gzwrite(file, data.data() + part.first, static_cast<unsigned>(part.second)),
-                  static_cast<int>(part.second));
+        EXPECT_NE(file, nullptr);
+        gzwrite(file, data.data() + part.first, static_cast<unsigned>(part.second));
         gzclose(file);
+        if (!twoMembers) {
+            break;
+        }
     }
+    std::vector<uint8_t> bytes = readBytes(path);
+    for (size_t i = 0; claimedSize && i < 4; ++i) {
+        bytes[bytes.size() - 4 + i] = static_cast<uint8_t>(*claimedSize >> (8 * i));
+    }
+    writeBytes(path, bytes);
+    return bytes;
 }
 
 struct PathCase {
@@ -75,7 +62,12 @@ struct PathCase {
 TEST(HostileInput, PathsThatAreNoPlainSongFilesNeitherBlockNorMislead) {
     ScratchDir dir("hostile-paths");
     writeWav(dir.file("song.wav"), 44100, 44100, halfScaleTone);
-    writeTwoMemberGzip(dir.file("song.wav.gz"), readBytes(dir.file("song.wav")));
+    const std::vector<uint8_t> wav = readBytes(dir.file("song.wav"));
+    gzipped(dir.file("song.wav.gz"), wav, true);
+    gzipped(dir.file("bomb.wav.gz"), wav, false, 0xFFFFFFFF); // small file, claims 4 GiB
+    gzipped(dir.file("understated.wav.gz"), wav, false, 16);  // less than the data holds
+    const std::vector<uint8_t> gz = gzipped(dir.file("truncated.wav.gz"), wav);
+    writeBytes(dir.file("truncated.wav.gz"), {gz.begin(), gz.begin() + gz.size() / 2});
     tamberlo::test::PipeWithRescue pipe(dir.file("pipe.wav.gz"));
     ASSERT_TRUE(pipe.made());
     std::filesystem::create_directory(dir.file("folder.mod"));
@@ -93,20 +85,31 @@ TEST(HostileInput, PathsThatAreNoPlainSongFilesNeitherBlockNorMislead) {
         {"missing", dir.file("missing.wav"), -1, "Audio error! (3)", "No packed module"},
         {"stream", "http://127.0.0.1:1/x", -1, "Audio error!", "No packed module"},
         {"two gzip members", dir.file("song.wav.gz"), 1000, "Loaded file:", "Gzip file"},
+        {"gzip bomb", dir.file("bomb.wav.gz"), -1, "claims 4294967295 bytes uncompressed",
+         "Loaded file:"},
+        // Damaged, or a garbage trailer too large.
+        {"truncated gzip", dir.file("truncated.wav.gz"), -1, "Gzip file", "Loaded file:"},
+        {"understated gzip", dir.file("understated.wav.gz"), -1, "is damaged", "Loaded file:"},
     };
     for (const PathCase& c : cases) {
         SCOPED_TRACE(c.name);
         CapturedLog log(dir.file("log.html"));
         auto engine = offlineEngine();
         engine->setRipperPath("/bin/true"); // finds nothing, quickly
-        const Loaded loaded = load(*engine, c.path, 0);
+        const auto started = std::chrono::steady_clock::now();
+        // Refused paths take the trimming load, which measures the song before it plays.
+        const Loaded loaded = load(*engine, c.path, 1, false, c.lengthMs < 0);
+        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
         EXPECT_EQ(loaded.ok, c.lengthMs >= 0);
+        EXPECT_EQ(channelPlays(*engine, 1), loaded.ok);
         if (loaded.ok) {
             EXPECT_EQ(loaded.end, c.lengthMs);
+        } else {
+            EXPECT_EQ(loaded.type, "") << "no type name for a failed load";
         }
         EXPECT_TRUE(log.contains(c.logged));
         EXPECT_FALSE(log.contains(c.neverLogged));
-        engine->stopAll();
+        engine->stopAll(); // releasing a failed slot is refused, logged and harmless
     }
 }
 
@@ -161,7 +164,7 @@ TEST(HostileInput, AGoodSongAfterAPoisonedOneSoundsAsIfItCameFirst) {
         // 50 ms of poison, then 3 s of silence for the reverb to ring out.
         std::vector<float> samples(3 * 44100 * 2 + 2205 * 2, 0.0f);
         std::fill_n(samples.begin(), 2205 * 2, poison.value);
-        writeFloatWav(dir.file("poison.wav"), samples);
+        writeBytes(dir.file("poison.wav"), chipgen::floatWav(44100, 2, samples));
         const std::vector<float> after =
             heardOfGoodSong(dir.file("poison.wav"), dir.file("good.wav"));
         float worst = 0.0f;

@@ -1,4 +1,4 @@
-// Engine start-up, the result check, the effect switches and the type names.
+// Engine start-up, the result check and the effect switches.
 #include "EngineTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -78,29 +78,6 @@ TEST(EngineSetup, ReverbSwitchDecidesWhetherASoundRingsOnAndVolumeZeroSilences) 
         EXPECT_EQ(mixMs(*engine, 100) > 0.01f, c.audible);
         EXPECT_EQ(mixMs(*engine, 200) > 0.001f, c.ringsOn) << "after the song has played out";
     }
-}
-
-TEST(EngineSetup, TypeNamesFollowTheTableAndUnknownValuesSayUnknownFormat) {
-    struct Case {
-        int type;
-        const char* text;
-    };
-    const Case cases[] = {
-        {0, ""},
-        {1, "AAC"},
-        {12, "Protracker/Fasttracker"},
-        {13, "MP2/MP3 MPEG"},
-        {20, "Microsoft WAV"},
-        {23, "PlayStation 2 / PlayStation Portable adpcm VAG "},
-        {999, "Unknown format"},
-        {-1, "Unknown format"},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(SoundEngine::soundTypeName(static_cast<audio::SoundType>(c.type)), c.text)
-            << c.type;
-    }
-    SoundEngine engine;
-    EXPECT_EQ(engine.soundTypeName(static_cast<audio::Sound*>(nullptr)), "");
 }
 
 } // namespace

@@ -57,7 +57,10 @@ Bytes ripToModule(const Bytes& file, std::string* console) {
     EXPECT_GE(run.result, 0);
     if (console)
         *console = run.console;
-    return std::filesystem::exists("-1.mod") ? readFile("-1.mod") : Bytes{};
+    for (const char* output : {"-1.mod", "-1.stk"})
+        if (std::filesystem::exists(output))
+            return readFile(output);
+    return {};
 }
 
 ProTrackerModule firstMediaModule() {
@@ -88,56 +91,19 @@ Bytes hideInside(const Bytes& packed, unsigned seed) {
     return file;
 }
 
-void expectRoundTrips(std::span<const Packer> packers, int minimum) {
-    int converted = 0;
-    unsigned seed = 1;
-    for (const auto& path : mediaModules()) {
-        const auto module = ProTrackerModule::parse(readFile(path));
-        if (!module)
-            continue; // not a 31-sample "M.K." module
-        for (const Packer& packer : packers) {
-            SCOPED_TRACE(path.filename().string() + " as " + packer.name);
-            TempWorkDir dir;
-            writeFile("input.bin", hideInside(packer.pack(*module), ++seed));
-            const RipRun run = ripCaptured("input.bin");
-            EXPECT_GE(run.result, 0);
-            ASSERT_TRUE(std::filesystem::exists("-1.mod")) << run.console;
-            const Bytes expected = packer.expected(*module);
-            const Bytes actual = readFile("-1.mod");
-            ASSERT_EQ(actual.size(), expected.size());
-            EXPECT_TRUE(actual == expected);
-            ++converted;
-        }
-    }
-    EXPECT_GE(converted, minimum) << "too few modules in TAMBERLO_TEST_MEDIA/mod";
-}
-
-void expectCutModulesRefused(std::span<const Packer> packers) {
-    const ProTrackerModule module = firstMediaModule();
-    for (const Packer& packer : packers) {
-        const Bytes packed = packer.pack(module);
-        const std::size_t withoutSamples =
-            packed.size() - std::min(packed.size() / 2, module.sampleData.size());
-        for (std::size_t cut :
-             {packed.size() - 1, withoutSamples, withoutSamples / 2, std::size_t{290}}) {
-            SCOPED_TRACE(std::string(packer.name) + " cut to " + std::to_string(cut));
-            Bytes file = filler(2000, 5);
-            file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(cut));
-            EXPECT_TRUE(ripToModule(file).empty());
-        }
+void expectCutsRefused(const Bytes& packed, std::initializer_list<std::size_t> sizes,
+                       std::size_t fillerBytes) {
+    for (const std::size_t size : sizes) {
+        SCOPED_TRACE("cut to " + std::to_string(size));
+        Bytes file = filler(fillerBytes, 7);
+        file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(size));
+        EXPECT_TRUE(ripToModule(file).empty());
     }
 }
 
-void expectHeaderFloodsAreSafe(std::span<const Packer> packers) {
-    const ProTrackerModule module = firstMediaModule();
-    for (const Packer& packer : packers) {
-        SCOPED_TRACE(packer.name);
-        const Bytes packed = packer.pack(module);
-        const std::size_t samples = std::min(packed.size() / 2, module.sampleData.size());
-        const Bytes header(packed.begin(), packed.end() - std::ptrdiff_t(samples));
-        Bytes file;
-        while (file.size() < 512 * 1024)
-            file.insert(file.end(), header.begin(), header.end());
-        ripToModule(file);
-    }
+Bytes repeated(const Bytes& packed, std::size_t unit, std::size_t bytes) {
+    Bytes file;
+    while (file.size() < bytes)
+        file.insert(file.end(), packed.begin(), packed.begin() + std::ptrdiff_t(unit));
+    return file;
 }

@@ -7,7 +7,7 @@
 #include "ModulePacker.h"
 
 #include <filesystem>
-#include <span>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -38,8 +38,8 @@ struct RipRun {
 // Runs ripFile(2, path) in this process and captures its standard output.
 RipRun ripCaptured(const std::string& path, int argumentCount = 2);
 
-// Rips `file` in a fresh directory: "-1.mod" (empty when none was written); the console text
-// goes to `console` when given.
+// Rips `file` in a fresh directory: the module written, "-1.mod" or for 15-sample formats
+// "-1.stk" (empty when none was written); the console text goes to `console` when given.
 Bytes ripToModule(const Bytes& file, std::string* console = nullptr);
 
 // The ProTracker modules of the test media (TAMBERLO_TEST_MEDIA/mod/*.mod), sorted.
@@ -48,21 +48,8 @@ std::vector<std::filesystem::path> mediaModules();
 ProTrackerModule firstMediaModule();
 // `packed` between deterministic filler bytes, so the scan has to find it.
 Bytes hideInside(const Bytes& packed, unsigned seed);
-
-// A test-side packer of one format and the module the ripper must give back for its output.
-struct Packer {
-    const char* name;
-    Bytes (*pack)(const ProTrackerModule&);
-    Bytes (*expected)(const ProTrackerModule&);
-};
-// Packs every 31-sample module of the test media with each packer, hides it inside other bytes,
-// rips it and expects exactly the packer's expected module; at least `minimum` conversions.
-void expectRoundTrips(std::span<const Packer> packers, int minimum = 20);
-// Cuts each packer's module (of the first media module) short at a few points inside it, with
-// the cut ending the file: no test may trust its sizes and read past the input, and none of the
-// cut modules converts.
-void expectCutModulesRefused(std::span<const Packer> packers);
-// Everything of each packed module before its sample data, repeated over half a megabyte: each
-// copy's test walks into the next and the last runs into the end of the input. Must neither
-// crash nor hang; what is converted is not checked.
-void expectHeaderFloodsAreSafe(std::span<const Packer> packers);
+// `packed` cut to each of `sizes` bytes behind `fillerBytes` of filler: none converts.
+void expectCutsRefused(const Bytes& packed, std::initializer_list<std::size_t> sizes,
+                       std::size_t fillerBytes = 1000);
+// The first `unit` bytes of `packed`, repeated to at least `bytes` bytes.
+Bytes repeated(const Bytes& packed, std::size_t unit, std::size_t bytes);

@@ -1,6 +1,5 @@
-// The driver's console contract, the "_types_" file, and the shared output pieces.
+// The driver's console contract, the "_types_" file, the sample record check and the output file.
 #include "OutputModule.h"
-#include "PeriodTable.h"
 #include "RipState.h"
 #include "RipTestSupport.h"
 
@@ -112,49 +111,6 @@ TEST(ExtensionTable, LongLinesRunIntoTheNextSlotsWithoutOverflow) {
     EXPECT_EQ(std::string(table.slot(134)), std::string(200, char('a' + 134 % 26)));
 }
 
-Bytes fileAfterBanner(bool with31, int delta, int packed) {
-    TempWorkDir dir;
-    {
-        CFile file = createOutputFile("banner.mod", "w+b");
-        const Bytes base(1200, 0xEE);
-        std::fwrite(base.data(), 1, base.size(), file.get());
-        if (with31)
-            writeBanner31("  NoisePacker v2  ", delta, packed, file.get());
-        else
-            writeBanner15("  NoisePacker v2  ", file.get());
-    }
-    return readFile("banner.mod");
-}
-
-std::string at(const Bytes& bytes, std::size_t offset, std::size_t count) {
-    return std::string(bytes.begin() + std::ptrdiff_t(offset),
-                       bytes.begin() + std::ptrdiff_t(offset + count));
-}
-
-TEST(Banner, OverwritesSampleNamesAtFixedOffsetsWithoutTerminatingZero) {
-    const Bytes plain = fileAfterBanner(true, 1, 1);
-    ASSERT_EQ(plain.size(), 1200u);
-    EXPECT_EQ(at(plain, 560, 20), "[  Converted with  ]");
-    EXPECT_EQ(at(plain, 590, 12), "[ Nograsti ]");
-    EXPECT_EQ(at(plain, 620, 20), "[ written by Quib! ]");
-    EXPECT_EQ(at(plain, 680, 20), "[ Original Format: ]");
-    EXPECT_EQ(at(plain, 710, 20), "[  NoisePacker v2  ]");
-    for (std::size_t untouched : {580, 581, 602, 640, 650, 700, 730, 740, 770, 800})
-        EXPECT_EQ(plain[untouched], 0xEE) << untouched;
-
-    const Bytes flagged = fileAfterBanner(true, 0, 0);
-    EXPECT_EQ(at(flagged, 770, 20), "[! smp were DELTA  ]");
-    EXPECT_EQ(at(flagged, 800, 20), "[! smp were PACKED ]");
-    EXPECT_EQ(flagged[790], 0xEE);
-
-    const Bytes small = fileAfterBanner(false, 1, 1);
-    EXPECT_EQ(at(small, 260, 20), "[  Converted with  ]");
-    EXPECT_EQ(at(small, 320, 20), "[ written by Quib! ]");
-    EXPECT_EQ(at(small, 380, 20), "[ Original Format: ]");
-    EXPECT_EQ(at(small, 410, 20), "[  NoisePacker v2  ]");
-    EXPECT_EQ(small[560], 0xEE);
-}
-
 TEST(CheckSampleDescriptor, AcceptsPlausibleAndRejectsImplausibleRecords) {
     struct Case {
         std::int64_t length, loopStart, loopLength;
@@ -174,16 +130,6 @@ TEST(CheckSampleDescriptor, AcceptsPlausibleAndRejectsImplausibleRecords) {
         EXPECT_EQ(checkSampleDescriptor(c.length, c.loopStart, c.loopLength, c.volume, c.finetune),
                   c.expected)
             << c.length << " " << c.loopStart << " " << c.loopLength;
-}
-
-TEST(PeriodTable, HoldsTheFinetuneZeroPeriodsBigEndian) {
-    EXPECT_EQ(periodOf(ptPeriodTable, 0), 0);
-    EXPECT_EQ(periodOf(ptPeriodTable, 1), 856);
-    EXPECT_EQ(periodOf(ptPeriodTable, 13), 428);
-    EXPECT_EQ(periodOf(ptPeriodTable, 36), 113);
-    EXPECT_EQ(ptPeriodTable[1][0], 0x03);
-    EXPECT_EQ(ptPeriodTable[1][1], 0x58);
-    EXPECT_EQ(periodOf(ptPeriodTable, 37), 0); // out of range reads as no note
 }
 
 TEST(CreateOutputFileDeathTest, EndsTheProcessWithStatusMinusOne) {

@@ -3,6 +3,7 @@
 // refused with the result that names what went wrong and within bounded memory.
 #include "ChildProcess.h"
 #include "DecoderTestSupport.h"
+#include "ModulePacker.h"
 #include "ScriptedHttpServer.h"
 
 #include <gtest/gtest.h>
@@ -20,44 +21,6 @@ std::vector<uint8_t> randomBytes(size_t size, unsigned seed) {
     std::vector<uint8_t> bytes(size);
     for (auto& byte : bytes) {
         byte = static_cast<uint8_t>(generator());
-    }
-    return bytes;
-}
-
-void putWord(std::vector<uint8_t>& bytes, size_t at, unsigned value) {
-    bytes[at] = static_cast<uint8_t>(value >> 8);
-    bytes[at + 1] = static_cast<uint8_t>(value);
-}
-
-// A packed Amiga module of the usual kind: a table of 31 eight-byte sample records (length,
-// fine tune, volume, loop start, loop length), the song length and restart byte, a table of
-// track offsets per pattern, compactly coded note data, then 8-bit sample data. It carries no
-// signature that a player of plain modules knows.
-std::vector<uint8_t> packedModule() {
-    std::vector<uint8_t> bytes(31 * 8 + 2);
-    for (size_t sample = 0; sample < 4; ++sample) {
-        const size_t at = sample * 8;
-        putWord(bytes, at, 1024);  // length in words
-        bytes[at + 3] = 64;        // volume
-        putWord(bytes, at + 4, 0); // loop start
-        putWord(bytes, at + 6, 1); // no loop
-    }
-    bytes[31 * 8] = 8; // song length in patterns
-    bytes[31 * 8 + 1] = 0x7F;
-    for (unsigned pattern = 0; pattern < 8; ++pattern) {
-        for (unsigned track = 0; track < 4; ++track) {
-            bytes.push_back(0);
-            bytes.push_back(static_cast<uint8_t>((pattern * 4 + track) * 3));
-        }
-    }
-    std::mt19937 generator(7);
-    for (int note = 0; note < 64 * 32; ++note) {
-        bytes.push_back(static_cast<uint8_t>(generator() % 0x48)); // note and sample bits
-        bytes.push_back(static_cast<uint8_t>(generator() % 0x10)); // effect
-        bytes.push_back(static_cast<uint8_t>(generator()));        // effect value
-    }
-    for (int i = 0; i < 4 * 2048; ++i) {
-        bytes.push_back(static_cast<uint8_t>(static_cast<int8_t>(100 * std::sin(i * 0.07))));
     }
     return bytes;
 }
@@ -94,6 +57,10 @@ std::vector<uint8_t> gzipWav() {
 }
 std::vector<uint8_t> gzipModule() {
     return fileBytes(mediaPath("mod/area1-game.mod.gz"));
+}
+// A packed module, which carries no signature that a player of plain modules knows.
+std::vector<uint8_t> packedModule() {
+    return packNoisePackerV2(*ProTrackerModule::parse(fileBytes(mediaPath("mod/area1-game.mod"))));
 }
 std::vector<uint8_t> concatList() {
     return textBytes("ffconcat version 1.0\nfile " + mediaPath("music.mp3") + "\n");

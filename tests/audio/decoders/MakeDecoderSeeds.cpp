@@ -2,6 +2,7 @@
 // when the ffmpeg command is there, the same tone as MP3, Ogg Vorbis, FLAC and AIFF. Mutating
 // real files takes the short CI run into the decoders instead of their first refusal.
 #include "ModulePacker.h"
+#include "PcmWavWriter.h"
 #include "RipTestSupport.h"
 
 #include <cmath>
@@ -11,39 +12,14 @@
 
 namespace {
 
-void putLittle(Bytes& out, uint32_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i) {
-        out.push_back(static_cast<uint8_t>(value >> (8 * i)));
-    }
-}
-
 // 50 ms of a 16-bit stereo tone at 44.1 kHz.
 Bytes toneWav() {
-    constexpr uint32_t Frames = 2205;
-    Bytes data;
-    for (uint32_t i = 0; i < Frames; ++i) {
+    std::vector<int16_t> samples;
+    for (int i = 0; i < 2205; ++i) {
         const auto sample = static_cast<int16_t>(8000 * std::sin(i * 0.0627));
-        putLittle(data, static_cast<uint16_t>(sample), 2);
-        putLittle(data, static_cast<uint16_t>(-sample), 2);
+        samples.insert(samples.end(), {sample, static_cast<int16_t>(-sample)});
     }
-    Bytes wav = {'R', 'I', 'F', 'F'};
-    putLittle(wav, 36 + static_cast<uint32_t>(data.size()), 4);
-    for (char c : std::string("WAVEfmt ")) {
-        wav.push_back(static_cast<uint8_t>(c));
-    }
-    putLittle(wav, 16, 4);
-    putLittle(wav, 1, 2); // PCM
-    putLittle(wav, 2, 2);
-    putLittle(wav, 44100, 4);
-    putLittle(wav, 44100 * 4, 4);
-    putLittle(wav, 4, 2);
-    putLittle(wav, 16, 2);
-    for (char c : std::string("data")) {
-        wav.push_back(static_cast<uint8_t>(c));
-    }
-    putLittle(wav, static_cast<uint32_t>(data.size()), 4);
-    wav.insert(wav.end(), data.begin(), data.end());
-    return wav;
+    return chipgen::pcmWav(44100, 2, samples);
 }
 
 // A two-pattern "M.K." module with two short looped samples and a few notes and effects.

@@ -1,6 +1,7 @@
 // Sounds made from the generated test media in every creation mode play the same audio, from a
 // path or from a memory block the caller frees at once, and seek to the exact frame.
 #include "Audio.h"
+#include "OfflineSystem.h"
 #include "WavData.h"
 
 #include <cmath>
@@ -23,37 +24,22 @@ std::string media(const std::string& name) {
 using test::fileBytes;
 using test::wavSamples;
 
-class Offline {
-public:
-    Offline() {
-        System::create(&system_);
-        OutputSpec outputSpec;
-        outputSpec.kind = OutputKind::Offline;
-        EXPECT_EQ(system_->init(4, outputSpec), Result::Ok);
-    }
-    ~Offline() { system_->release(); }
-    System* operator->() { return system_; }
+using Offline = test::OfflineSystem;
 
-    // Plays the sound from `startFrame` and returns `frames` rendered frames as 16-bit values.
-    std::vector<int16_t> play(Sound* sound, size_t frames, unsigned startFrame = 0) {
-        Channel channel;
-        EXPECT_EQ(system_->playSound(sound, false, &channel), Result::Ok);
-        if (startFrame > 0) {
-            EXPECT_EQ(channel.setPosition(startFrame, TimeUnit::Pcm), Result::Ok);
-        }
-        std::vector<float> out(frames * 2);
-        system_->mix(frames, out.data());
-        channel.stop();
-        std::vector<int16_t> pcm(out.size());
-        for (size_t i = 0; i < out.size(); ++i) {
-            pcm[i] = static_cast<int16_t>(std::lrint(out[i] * 32768.0f));
-        }
-        return pcm;
+// Plays `sound` from `startFrame` and returns `frames` rendered frames as 16-bit values.
+std::vector<int16_t> play(Offline& system, Sound* sound, size_t frames, unsigned startFrame = 0) {
+    Channel channel = system.play(sound);
+    if (startFrame > 0) {
+        EXPECT_EQ(channel.setPosition(startFrame, TimeUnit::Pcm), Result::Ok);
     }
-
-private:
-    System* system_ = nullptr;
-};
+    const std::vector<float> out = system.render(frames);
+    channel.stop();
+    std::vector<int16_t> pcm(out.size());
+    for (size_t i = 0; i < out.size(); ++i) {
+        pcm[i] = static_cast<int16_t>(std::lrint(out[i] * 32768.0f));
+    }
+    return pcm;
+}
 
 TEST(CreationModes, EveryModePlaysTheWavExactly) {
     const std::string path = media("music.wav");
@@ -91,10 +77,10 @@ TEST(CreationModes, EveryModePlaysTheWavExactly) {
         sound->getType(&type);
         EXPECT_EQ(type, SoundType::WAV);
 
-        const std::vector<int16_t> played = system.play(sound, 44100);
+        const std::vector<int16_t> played = play(system, sound, 44100);
         EXPECT_TRUE(std::equal(played.begin(), played.end(), reference.begin()));
         const unsigned start = 123457;
-        const std::vector<int16_t> seeked = system.play(sound, 4096, start);
+        const std::vector<int16_t> seeked = play(system, sound, 4096, start);
         EXPECT_TRUE(std::equal(seeked.begin(), seeked.end(), reference.begin() + 2 * start));
         sound->release();
     }
@@ -119,7 +105,7 @@ TEST(CreationModes, OpenOnlyReadsWhatPlaybackPlays) {
         float rate = 0;
         player->getDefaultFrequency(&rate);
         if (rate == 44100.0f) { // played without resampling: the very same values
-            EXPECT_EQ(system.play(player, 8192), read);
+            EXPECT_EQ(play(system, player, 8192), read);
         }
         reader->release();
         player->release();

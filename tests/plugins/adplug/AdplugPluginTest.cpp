@@ -235,7 +235,7 @@ TEST_F(AdplugPlugin, ChecksLongSongsWhole) {
     }
 }
 
-TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
+TEST_F(AdplugPlugin, RefusesDamagedUnclaimedAndForeignData) {
     const auto imf = chipgen::writeImf(TwoNotes);
     const auto dro = chipgen::writeDro(TwoNotes);
     auto imfBadRegister = imf;
@@ -271,65 +271,51 @@ TEST_F(AdplugPlugin, RefusesDamagedAndUnclaimedData) {
         std::copy(magic.begin(), magic.end(), bytes.begin());
         return bytes;
     };
-    const struct {
-        std::string name;
-        std::vector<uint8_t> bytes;
-    } refused[] = {
-        {"damaged.xad", damaged("XAD!")},
-        {"damaged.bam", damaged("CBMF")},
-        {"damaged.a2m", damaged("_A2module_")},
-        {"damaged.sa2", damaged("SAdT")},
-        {"damaged.dfm", damaged("DFM\x1A")},
-        {"noise.imf", plugin_test::noiseBytes(4000, 3)},
-        {"noise.wlf", plugin_test::noiseBytes(100000, 4)},
-        {"badreg.imf", imfBadRegister},
-        {"long.imf", imfLongLength},
-        {"short.imf", {imf.begin(), imf.begin() + 6}},
-        {"song.bin", imf}, // IMF has no magic: without its name it is not recognised
-        {"header.dro", {dro.begin(), dro.begin() + 20}},
-        {"codemap.dro", {dro.begin(), dro.begin() + 30}},
-        {"v3.dro", droVersion3},
-        {"noise.hsc", plugin_test::noiseBytes(1587 + 1152, 5)},
-        {"extra.hsc", hscExtraByte},
-        {"patterns.hsc", hscTooManyPatterns},
-        {"order.hsc", changed(hsc, HscOrders, {1})},
-        {"noend.hsc", hscNoEnd},
-        {"jump.hsc", changed(hsc, HscOrders + 1, {0x80})},
-        {"emptyorders.hsc", changed(hsc, HscOrders, {0xFF})},
-        {"note.hsc", changed(hsc, HscCells + 2 * 9 * 5, {97, 0})},
-        {"instrument.hsc", changed(hsc, HscCells, {0x80, 128})},
-        {"noise.cmf", damaged("CTMF")},
-        {"version.cmf", changed(cmf, 4, {0x02, 0x01})},
-        {"notempo.cmf", changed(cmf, 12, {0, 0})},
-        {"noinstruments.cmf", changed(cmf, 36, {0, 0})},
-        {"instruments.cmf", changed(cmf, 36, {0xFF, 0})},
-        {"instrumentoffset.cmf", changed(cmf, 6, {0xF0, 0xFF})},
-        {"musicoffset.cmf", changed(cmf, 8, {0xF0, 0xFF})},
-        {"title.cmf", changed(cmf, 14, {0xF0, 0xFF})},
-        {"sysex.cmf", changed(cmf, cmf.size() - 3, {0xF0})},
-        {"meta.cmf", changed(cmf, cmf.size() - 2, {0x51})},
-        {"nostatus.cmf", changed(cmf, music + 1, {0x40})},
-        {"program.cmf", changed(cmf, music + 2, {1})},
-        {"unpatched.cmf", changed(cmf, music + 1, {0xC1})}, // program change of another channel
-        {"strayoff.cmf", changed(cmf, music + 4, {0x80, 60, 0})}, // off before any note sounds
-        {"databyte.cmf", changed(cmf, music + 5, {0x80})},
-        {"cut.cmf", cmfCut},
-        {"number.cmf", cmfLongNumber},
-        {"timeless.cmf", chipgen::writeCmf({{69, 0, 0}, {81, 0, 0}}, 200)},
-    };
-    for (const auto& file : refused) {
-        for (const bool asMemory : {false, true}) {
-            const auto opened =
-                plugin_test::openBytes(plugins_.get(), file.name, file.bytes, asMemory);
-            if (opened.decoder) {
-                EXPECT_NE(opened.decoder->type(), audio::SoundType::User) << file.name;
-            }
-        }
-    }
-}
-
-TEST_F(AdplugPlugin, LeavesForeignDataAlone) {
-    plugin_test::expectLeavesForeignDataAlone(*plugins_);
+    plugin_test::expectRefused(
+        *plugins_,
+        {
+            {"damaged.xad", damaged("XAD!")},
+            {"damaged.bam", damaged("CBMF")},
+            {"damaged.a2m", damaged("_A2module_")},
+            {"damaged.sa2", damaged("SAdT")},
+            {"damaged.dfm", damaged("DFM\x1A")},
+            {"noise.imf", plugin_test::noiseBytes(4000, 3)},
+            {"noise.wlf", plugin_test::noiseBytes(100000, 4)},
+            {"badreg.imf", imfBadRegister},
+            {"long.imf", imfLongLength},
+            {"short.imf", {imf.begin(), imf.begin() + 6}},
+            {"song.bin", imf}, // IMF has no magic: without its name it is not recognised
+            {"header.dro", {dro.begin(), dro.begin() + 20}},
+            {"codemap.dro", {dro.begin(), dro.begin() + 30}},
+            {"v3.dro", droVersion3},
+            {"noise.hsc", plugin_test::noiseBytes(1587 + 1152, 5)},
+            {"extra.hsc", hscExtraByte},
+            {"patterns.hsc", hscTooManyPatterns},
+            {"order.hsc", changed(hsc, HscOrders, {1})},
+            {"noend.hsc", hscNoEnd},
+            {"jump.hsc", changed(hsc, HscOrders + 1, {0x80})},
+            {"emptyorders.hsc", changed(hsc, HscOrders, {0xFF})},
+            {"note.hsc", changed(hsc, HscCells + 2 * 9 * 5, {97, 0})},
+            {"instrument.hsc", changed(hsc, HscCells, {0x80, 128})},
+            {"noise.cmf", damaged("CTMF")},
+            {"version.cmf", changed(cmf, 4, {0x02, 0x01})},
+            {"notempo.cmf", changed(cmf, 12, {0, 0})},
+            {"noinstruments.cmf", changed(cmf, 36, {0, 0})},
+            {"instruments.cmf", changed(cmf, 36, {0xFF, 0})},
+            {"instrumentoffset.cmf", changed(cmf, 6, {0xF0, 0xFF})},
+            {"musicoffset.cmf", changed(cmf, 8, {0xF0, 0xFF})},
+            {"title.cmf", changed(cmf, 14, {0xF0, 0xFF})},
+            {"sysex.cmf", changed(cmf, cmf.size() - 3, {0xF0})},
+            {"meta.cmf", changed(cmf, cmf.size() - 2, {0x51})},
+            {"nostatus.cmf", changed(cmf, music + 1, {0x40})},
+            {"program.cmf", changed(cmf, music + 2, {1})},
+            {"unpatched.cmf", changed(cmf, music + 1, {0xC1})}, // program change of another channel
+            {"strayoff.cmf", changed(cmf, music + 4, {0x80, 60, 0})}, // off before any note sounds
+            {"databyte.cmf", changed(cmf, music + 5, {0x80})},
+            {"cut.cmf", cmfCut},
+            {"number.cmf", cmfLongNumber},
+            {"timeless.cmf", chipgen::writeCmf({{69, 0, 0}, {81, 0, 0}}, 200)},
+        });
 }
 
 } // namespace

@@ -1,25 +1,10 @@
 // Writes generated Future Composer modules into the folder argv[1]: seeds for the fuzz target.
 #include "FutureComposerWriter.h"
-
-#include <fstream>
-#include <string>
-
-namespace {
-
-void write(const std::string& folder, const std::string& name, const std::vector<uint8_t>& data) {
-    std::ofstream(folder + "/" + name, std::ios::binary)
-        .write(reinterpret_cast<const char*>(data.data()),
-               static_cast<std::streamsize>(data.size()));
-}
-
-} // namespace
+#include "SeedFolder.h"
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        return 1;
-    }
     using namespace chipgen;
-    const std::string folder = argv[1];
+    tamberlo::test::Seeds seeds;
     for (const FcVersion version : {FcVersion::Fc13, FcVersion::Fc14}) {
         const std::string prefix = version == FcVersion::Fc13 ? "smod-" : "fc14-";
         FutureComposerSong song;
@@ -32,11 +17,11 @@ int main(int argc, char** argv) {
                                          {0xE2, 10, 0, 0xE3, 4, 20, 12, 7, 0xE0, 6},
                                          {2, 2, 3, 8, 4, 64, 0xEA, 0xFE, 20, 0xE8, 10, 0xE1}}};
         song.notes = {{0, 0, 13, 0}, {1, 4, 25, 1}, {2, 8, 20, 2}, {3, 16, 37, 0}};
-        write(folder, prefix + "voices.fc", writeFutureComposer(song));
+        seeds.emplace_back(prefix + "voices.fc", writeFutureComposer(song));
         song.speed = 1;
         song.steps = 1;
         song.notes = {{0, 0, 1, 2}, {0, 10, 72, 1}};
-        write(folder, prefix + "fast.fc", writeFutureComposer(song));
+        seeds.emplace_back(prefix + "fast.fc", writeFutureComposer(song));
     }
-    return 0;
+    return tamberlo::test::writeSeeds(argc, argv, seeds);
 }

@@ -2,7 +2,7 @@
 // files play at the pitch and for the length they describe, subsongs and seeking work, and
 // broken or foreign data is refused.
 #include "DecoderTestSupport.h"
-#include "GameTestFiles.h"
+#include "GameMusicWriter.h"
 #include "LoadedPlugin.h"
 #include "PluginTestSupport.h"
 #include "VgmWriter.h"
@@ -34,7 +34,7 @@ protected:
 
 TEST_F(GamePlugin, PlaysGeneratedFilesAtTheirPitchAndLength) {
     const auto twoSeconds = vgm({{254, 2 * Rate}});
-    const auto nsf = game_test::twoSongNsf();
+    const auto nsf = chipgen::twoSongNsf();
     const struct {
         std::string name;
         std::vector<uint8_t> bytes;
@@ -49,20 +49,20 @@ TEST_F(GamePlugin, PlaysGeneratedFilesAtTheirPitchAndLength) {
          chipgen::vgmToneHz(254)},
         {"a.vgm", twoSeconds, true, 0, "VGM (Sega Master System)", 2u * Rate, 1,
          chipgen::vgmToneHz(254)},
-        {"a.vgz", game_test::gzipped(twoSeconds), false, 0, "VGZ (Sega Master System)", 2u * Rate,
-         1, chipgen::vgmToneHz(254)},
+        {"a.vgz", chipgen::gzipped(twoSeconds), false, 0, "VGZ (Sega Master System)", 2u * Rate, 1,
+         chipgen::vgmToneHz(254)},
         // Rests count: 0.5 s rest then a note of 1 s.
         {"rest.vgm", vgm({{0, Rate / 2}, {127, Rate}}), false, 0, "VGM (Sega Master System)",
          Rate * 3u / 2, 1, chipgen::vgmToneHz(127)},
         // A looping song plays its intro and two loops (here the whole 1 s song twice).
         {"loop.vgm", vgm({{300, Rate}}, true), false, 0, "VGM (Sega Master System)", 2u * Rate, 1,
          chipgen::vgmToneHz(300)},
-        {"tone.gym", game_test::headerlessGym(200, 90), false, 0, "GYM (Sega Genesis)",
+        {"tone.gym", chipgen::headerlessGym(200, 90), false, 0, "GYM (Sega Genesis)",
          audio::UnknownFrames, 1, chipgen::vgmToneHz(200)},
         {"two.nsf", nsf, false, 0, "NSF (Nintendo NES)", audio::UnknownFrames, 2,
-         game_test::nesPulseHz(game_test::NsfPulsePeriods[0])},
+         chipgen::nesPulseHz(chipgen::NsfPulsePeriods[0])},
         {"two.nsf", nsf, true, 1, "NSF (Nintendo NES)", audio::UnknownFrames, 2,
-         game_test::nesPulseHz(game_test::NsfPulsePeriods[1])},
+         chipgen::nesPulseHz(chipgen::NsfPulsePeriods[1])},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name + " subsong " + std::to_string(c.subsong));
@@ -120,7 +120,7 @@ TEST_F(GamePlugin, SeeksToTheFrameAskedFor) {
     EXPECT_EQ(decoder.seek(2 * Rate + 1), audio::Result::SeekFailed);
 }
 
-TEST_F(GamePlugin, RefusesBrokenFiles) {
+TEST_F(GamePlugin, RefusesBrokenAndForeignFiles) {
     const auto good = vgm({{254, Rate}});
     auto badVersion = good;
     badVersion[0x09] = 0x03;
@@ -131,7 +131,7 @@ TEST_F(GamePlugin, RefusesBrokenFiles) {
     badClock[0x0F] = 0xD2; // 3.5 GHz with the dual-chip flag
     auto noChip = good;
     std::fill(noChip.begin() + 0x0C, noChip.begin() + 0x10, 0); // SN76489 writes, no SN76489
-    auto noSongs = game_test::twoSongNsf();
+    auto noSongs = chipgen::twoSongNsf();
     noSongs[6] = 0;
     const auto cut = [](std::vector<uint8_t> bytes, size_t size) {
         bytes.resize(size);
@@ -140,41 +140,33 @@ TEST_F(GamePlugin, RefusesBrokenFiles) {
     const std::string spcMagic = "SNES-SPC700 Sound File Data v0.30\x1A\x1A";
     std::vector<uint8_t> spcHeaderOnly(spcMagic.begin(), spcMagic.end());
     spcHeaderOnly.resize(0x200, 0);
-    auto badGym = game_test::headerlessGym(200, 10);
+    auto badGym = chipgen::headerlessGym(200, 10);
     badGym[4] = 7;
-    const struct {
-        std::string name;
-        std::vector<uint8_t> bytes;
-    } cases[] = {
-        {"half.vgm", cut(good, good.size() / 2)},
-        {"header.vgm", cut(good, 0x30)},
-        {"version.vgm", badVersion},
-        {"noend.vgm", noEnd},
-        {"clock.vgm", badClock},
-        {"nochip.vgm", noChip},
-        {"spin.vgm", vgm({{254, 0}}, true)}, // loops without time passing
-        {"header.gbs", cut(game_test::gbsTone(1750), 0x70)},
-        {"half.vgz", cut(game_test::gzipped(good), 40)},
-        {"nosongs.nsf", noSongs},
-        {"header.nsf", cut(game_test::twoSongNsf(), 0x80)},
-        {"bad.gym", badGym},
-        {"tone.bin", game_test::headerlessGym(200, 10)}, // headerless GYM only by its name
-        {"short.spc", spcHeaderOnly},
-    };
-    for (const auto& c : cases) {
-        for (const bool asMemory : {false, true}) {
-            const auto opened = openBytes(plugins.get(), c.name, c.bytes, asMemory);
-            EXPECT_TRUE(!opened.decoder || opened.decoder->type() != audio::SoundType::User)
-                << c.name << (asMemory ? " in memory" : "");
-        }
-    }
+    plugin_test::expectRefused(
+        *plugins,
+        {
+            {"half.vgm", cut(good, good.size() / 2)},
+            {"header.vgm", cut(good, 0x30)},
+            {"version.vgm", badVersion},
+            {"noend.vgm", noEnd},
+            {"clock.vgm", badClock},
+            {"nochip.vgm", noChip},
+            {"spin.vgm", vgm({{254, 0}}, true)}, // loops without time passing
+            {"header.gbs", cut(chipgen::gbsTone(1750), 0x70)},
+            {"half.vgz", cut(chipgen::gzipped(good), 40)},
+            {"nosongs.nsf", noSongs},
+            {"header.nsf", cut(chipgen::twoSongNsf(), 0x80)},
+            {"bad.gym", badGym},
+            {"tone.bin", chipgen::headerlessGym(200, 10)}, // headerless GYM only by its name
+            {"short.spc", spcHeaderOnly},
+        });
 }
 
 // libgme may crash on GBS and HES files, so the plug-in has them decoded in tamberlo-codec-host.
 TEST_F(GamePlugin, GbsAndHesPlayInASeparateProcess) {
     std::vector<uint8_t> hes = {'H', 'E', 'S', 'M'};
     hes.resize(0x100, 0);
-    auto wild = game_test::gbsTone(1750);
+    auto wild = chipgen::gbsTone(1750);
     wild[0x08] = 0x80; // init jumps into high RAM
     wild[0x09] = 0xFF;
     const struct {
@@ -182,10 +174,10 @@ TEST_F(GamePlugin, GbsAndHesPlayInASeparateProcess) {
         std::vector<uint8_t> bytes;
         int claim; // the probe's answer
     } cases[] = {
-        {"tone.gbs", game_test::gbsTone(1750), 2},
+        {"tone.gbs", chipgen::gbsTone(1750), 2},
         {"wild.gbs", wild, 2},
         {"zero.hes", hes, 2},
-        {"two.nsf", game_test::twoSongNsf(), 1},
+        {"two.nsf", chipgen::twoSongNsf(), 1},
     };
     const auto& table = plugins->plugins().front()->table();
     for (const auto& c : cases) {
@@ -201,18 +193,14 @@ TEST_F(GamePlugin, GbsAndHesPlayInASeparateProcess) {
         }
     }
     for (const bool asMemory : {false, true}) {
-        auto opened = openBytes(plugins.get(), "tone.gbs", game_test::gbsTone(1750), asMemory);
+        auto opened = openBytes(plugins.get(), "tone.gbs", chipgen::gbsTone(1750), asMemory);
         ASSERT_EQ(opened.result, audio::Result::Ok);
         EXPECT_EQ(opened.decoder->formatName(), "GBS (Game Boy)");
         EXPECT_EQ(opened.decoder->sampleRate(), Rate);
         const auto heard = listen(readUpTo(*opened.decoder, Rate), Rate);
         EXPECT_GT(heard.rms, 0.05);
-        EXPECT_NEAR(heard.frequencyHz, game_test::gbSquareHz(1750), 0.03 * 440);
+        EXPECT_NEAR(heard.frequencyHz, chipgen::gbSquareHz(1750), 0.03 * 440);
     }
-}
-
-TEST_F(GamePlugin, LeavesForeignDataAlone) {
-    plugin_test::expectLeavesForeignDataAlone(*plugins);
 }
 
 } // namespace

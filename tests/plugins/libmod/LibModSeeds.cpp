@@ -1,8 +1,8 @@
 // Seeds of the libmod fuzz target: small ABC tunes that use the notation's main features
 // (lengths, rests, octaves, accidentals, chords, ties, triplets, repeats, parts, several tunes).
-#include <cstdio>
-#include <fstream>
-#include <string>
+#include "SeedFolder.h"
+
+#include <cstring>
 
 namespace {
 
@@ -25,17 +25,9 @@ const struct {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s CORPUS_FOLDER\n", argv[0]);
-        return 2;
-    }
-    for (const auto& seed : Seeds) {
-        std::ofstream file(std::string(argv[1]) + "/" + seed.name, std::ios::binary);
-        file << seed.text;
-        if (!file) {
-            std::fprintf(stderr, "could not write %s\n", seed.name);
-            return 1;
-        }
-    }
-    return 0;
+    tamberlo::test::Seeds seeds;
+    for (const auto& seed : Seeds)
+        seeds.emplace_back(seed.name,
+                           std::vector<uint8_t>(seed.text, seed.text + std::strlen(seed.text)));
+    return tamberlo::test::writeSeeds(argc, argv, seeds);
 }

@@ -1,6 +1,8 @@
 #include "PluginTestSupport.h"
 
 #include "DecoderTestSupport.h"
+#include "ModulePacker.h"
+#include "PcmWavWriter.h"
 
 #include <gtest/gtest.h>
 
@@ -108,69 +110,40 @@ std::vector<uint8_t> noiseBytes(size_t size, uint32_t seed) {
 
 namespace {
 
-void putLittle(std::vector<uint8_t>& out, uint32_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i) {
-        out.push_back(static_cast<uint8_t>(value >> (8 * i)));
-    }
-}
-
 // A second of 16-bit mono tone.
 std::vector<uint8_t> smallWav() {
-    constexpr uint32_t Frames = 22050;
-    std::vector<uint8_t> wav = {'R', 'I', 'F', 'F'};
-    putLittle(wav, 36 + 2 * Frames, 4);
-    for (char c : std::string("WAVEfmt ")) {
-        wav.push_back(static_cast<uint8_t>(c));
+    std::vector<int16_t> samples(22050);
+    for (size_t i = 0; i < samples.size(); ++i) {
+        samples[i] = static_cast<int16_t>(8000 * std::sin(static_cast<double>(i) * 0.1));
     }
-    putLittle(wav, 16, 4);
-    putLittle(wav, 1, 2);
-    putLittle(wav, 1, 2);
-    putLittle(wav, 22050, 4);
-    putLittle(wav, 2 * 22050, 4);
-    putLittle(wav, 2, 2);
-    putLittle(wav, 16, 2);
-    for (char c : std::string("data")) {
-        wav.push_back(static_cast<uint8_t>(c));
-    }
-    putLittle(wav, 2 * Frames, 4);
-    for (uint32_t i = 0; i < Frames; ++i) {
-        putLittle(wav, static_cast<uint16_t>(static_cast<int16_t>(8000 * std::sin(i * 0.1))), 2);
-    }
-    return wav;
+    return chipgen::pcmWav(22050, 1, samples);
 }
 
 // A ProTracker module: one pattern that plays a square-wave sample on every channel.
 std::vector<uint8_t> smallModule() {
-    std::vector<uint8_t> mod(20, 0);
-    for (int sample = 0; sample < 31; ++sample) {
-        mod.insert(mod.end(), 22, 0);
-        const bool used = sample == 0;
-        mod.push_back(0);
-        mod.push_back(used ? 16 : 0); // length in words
-        mod.push_back(0);             // finetune
-        mod.push_back(used ? 64 : 0); // volume
-        mod.insert(mod.end(), {0, 0, 0, used ? uint8_t{16} : uint8_t{1}});
+    ProTrackerModule module = ProTrackerModule::blank(1);
+    module.setSample(0, 16, 0, 64, 0, 16);
+    for (size_t i = 0; i < module.sampleData.size(); ++i) {
+        module.sampleData[i] = i < 16 ? 0x60 : 0xA0;
     }
-    mod.push_back(1);    // song length
-    mod.push_back(0x7F); // restart
-    mod.insert(mod.end(), 128, 0);
-    for (char c : std::string("M.K.")) {
-        mod.push_back(static_cast<uint8_t>(c));
+    for (int channel = 0; channel < 4; ++channel) {
+        writeCell(module.patterns[0], 0, channel, {1, 214, 0, 0});
     }
-    for (int row = 0; row < 64; ++row) {
-        for (int channel = 0; channel < 4; ++channel) {
-            const bool note = row == 0;
-            mod.insert(mod.end(),
-                       {0, note ? uint8_t{214} : uint8_t{0}, note ? uint8_t{0x10} : uint8_t{0}, 0});
-        }
-    }
-    for (int i = 0; i < 32; ++i) {
-        mod.push_back(i < 16 ? 0x60 : 0xA0);
-    }
-    return mod;
+    return module.bytes();
 }
 
 } // namespace
+
+void expectRefused(const audio::PluginRegistry& plugins, const NamedFiles& files) {
+    for (const auto& [name, bytes] : files) {
+        for (const bool asMemory : {false, true}) {
+            const Opened opened = openBytes(&plugins, name, bytes, asMemory);
+            EXPECT_FALSE(opened.decoder && opened.decoder->type() == audio::SoundType::User)
+                << name << (asMemory ? " in memory" : " as a file") << " was taken";
+        }
+    }
+    expectLeavesForeignDataAlone(plugins);
+}
 
 void expectLeavesForeignDataAlone(const audio::PluginRegistry& plugins) {
     const struct {

@@ -46,4 +46,10 @@ std::vector<uint8_t> noiseBytes(size_t size, uint32_t seed = 1);
 // files. Each must be refused or opened by a built-in decoder, never by a plug-in.
 void expectLeavesForeignDataAlone(const audio::PluginRegistry& plugins);
 
+// Files as (name, bytes).
+using NamedFiles = std::vector<std::pair<std::string, std::vector<uint8_t>>>;
+// Checks that no plug-in in `plugins` takes any of `files` (damaged ones of its own formats),
+// from a file or from memory, and then expectLeavesForeignDataAlone.
+void expectRefused(const audio::PluginRegistry& plugins, const NamedFiles& files);
+
 } // namespace plugin_test

@@ -80,11 +80,6 @@ TEST(YmLha, PackedDataComesBackUnchanged) {
     EXPECT_EQ(ym::decodeLhStatic(stream, text.size(), 13), text);
 }
 
-TEST(YmLha, RepetitiveDataShrinks) {
-    const Bytes text = repeatedText(100000);
-    EXPECT_LT(chipgen::lh5Compress(text).size(), text.size() / 10);
-}
-
 TEST(YmLha, DamagedArchivesAreRefused) {
     const Bytes good = chipgen::lhaArchive(mixed(20000), {});
     const size_t headerEnd = 2 + good[0];

@@ -1,13 +1,13 @@
 #pragma once
-// Small files of the game-music formats besides VGM (see chipgen's VgmWriter.h), made in code
-// for the plug-in's tests and fuzz seeds.
+// Writes small files of the game-music formats besides VGM (see VgmWriter.h): NSF, GBS and GYM
+// songs that hold one tone, for the game-music plug-in's tests and fuzz seeds.
 //
 // Threading: pure functions.
 
 #include <cstdint>
 #include <vector>
 
-namespace game_test {
+namespace chipgen {
 
 // NES pulse timer periods of the two songs of twoSongNsf().
 inline constexpr uint16_t NsfPulsePeriods[2] = {253, 169};
@@ -32,4 +32,4 @@ std::vector<uint8_t> headerlessGym(uint16_t period, int frames);
 // `bytes` compressed as one gzip member.
 std::vector<uint8_t> gzipped(const std::vector<uint8_t>& bytes);
 
-} // namespace game_test
+} // namespace chipgen

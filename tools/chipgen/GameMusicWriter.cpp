@@ -1,4 +1,4 @@
-#include "GameTestFiles.h"
+#include "GameMusicWriter.h"
 
 #include <zlib.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-namespace game_test {
+namespace chipgen {
 
 namespace {
 
@@ -151,4 +151,4 @@ std::vector<uint8_t> gzipped(const std::vector<uint8_t>& bytes) {
     return out;
 }
 
-} // namespace game_test
+} // namespace chipgen
