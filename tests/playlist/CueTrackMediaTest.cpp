@@ -1,0 +1,103 @@
+// A CUE track of a real FLAC file plays as a song of its own: its length, its first frames at
+// INDEX 01, its end at the next track's INDEX 01, and a gapless measurement of the track alone.
+
+#include "EngineTestSupport.h"
+#include "PlaylistCue.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <vector>
+
+namespace {
+
+using enginetest::CapturedLog;
+using enginetest::ScratchDir;
+
+std::string media(const std::string& name) {
+    const char* dir = std::getenv("TAMBERLO_TEST_MEDIA");
+    return std::string(dir != nullptr ? dir : TAMBERLO_TEST_MEDIA_DIR) + "/" + name;
+}
+
+// Up to `frames` 16-bit stereo frames from the sound's read position.
+std::vector<int16_t> readFrames(audio::Sound* sound, unsigned frames) {
+    std::vector<int16_t> values(2 * static_cast<size_t>(frames));
+    unsigned total = 0;
+    while (total < values.size() * 2) {
+        unsigned read = 0;
+        sound->readData(reinterpret_cast<char*>(values.data()) + total,
+                        static_cast<unsigned>(values.size() * 2) - total, &read);
+        if (read == 0) {
+            break;
+        }
+        total += read;
+    }
+    values.resize(total / 2);
+    return values;
+}
+
+audio::Sound* openOnly(audio::System& system, const std::string& path, unsigned startMs,
+                       unsigned endMs) {
+    audio::CreateSoundInfo info;
+    info.rangeStartMs = startMs;
+    info.rangeEndMs = endMs;
+    audio::Sound* sound = nullptr;
+    EXPECT_EQ(system.createSound(path.c_str(), audio::Mode::Stream | audio::Mode::OpenOnly, &info,
+                                 &sound),
+              audio::Result::Ok);
+    return sound;
+}
+
+TEST(CueTrackMedia, ATrackOfAFlacFilePlaysItsOwnRangeAsASongOfItsOwn) {
+    ScratchDir dir("cue");
+    CapturedLog log(dir.file("log.html"));
+    const std::string flac = media("music.flac"); // 20 s at 44.1 kHz
+    std::ofstream(dir.file("album.cue"))
+        << "FILE \"" << flac << "\" WAVE\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n"
+        << "TRACK 02 AUDIO\nINDEX 01 00:05:00\nTRACK 03 AUDIO\nINDEX 01 00:07:30\n";
+    const ListRead sheet = readCue(dir.file("album.cue"));
+    ASSERT_EQ(sheet.entries.size(), 3u);
+    const PlaylistEntry& second = sheet.entries[1];
+    ASSERT_EQ(second.trackFile, flac);
+
+    auto engine = enginetest::offlineEngine();
+    PlaybackSequencer sequencer(*engine);
+    struct Case {
+        const PlaylistEntry& track;
+        unsigned lengthMs;
+    };
+    for (const Case& c : {Case{second, 2400}, Case{sheet.entries[2], 12600}}) {
+        SequencedEntry song{
+            c.track.trackFile, 0, 0, "", {c.track.trackStartMs, c.track.trackEndMs}};
+        ASSERT_TRUE(sequencer.start(song).loaded);
+        EXPECT_EQ(song.lengthMs, c.lengthMs);
+        EXPECT_EQ(sequencer.endMs(), c.lengthMs);
+        EXPECT_NEAR(enginetest::ticksUntilEnd(*engine, sequencer), c.lengthMs / 20, 1);
+    }
+
+    // Frame for frame: the track is the file from INDEX 01 (5 s) to the next one (7.4 s).
+    audio::System& system = *engine->getSystem();
+    audio::Sound* track = openOnly(system, flac, 5000, 7400);
+    audio::Sound* whole = openOnly(system, flac, 0, 0);
+    ASSERT_TRUE(track != nullptr && whole != nullptr);
+    ASSERT_EQ(whole->seekData(5 * 44100), audio::Result::Ok);
+    const std::vector<int16_t> trackFrames = readFrames(track, 200000);
+    EXPECT_EQ(trackFrames.size(), 2u * 2400 * 441 / 10);
+    EXPECT_EQ(trackFrames, readFrames(whole, 2400 * 441 / 10));
+    track->release();
+    whole->release();
+
+    // Gapless on: the silence measurement sees the first track only, not the 20 s file.
+    SequencerOptions gapless;
+    gapless.gapless = true;
+    sequencer.setOptions(gapless);
+    SequencedEntry first{sheet.entries[0].trackFile, 0, 0, "", {0, sheet.entries[0].trackEndMs}};
+    ASSERT_TRUE(sequencer.start(first).loaded);
+    EXPECT_EQ(first.lengthMs, 5000u);
+    EXPECT_GT(sequencer.endMs(), 0u);
+    EXPECT_LE(sequencer.endMs(), 5000u - 765u);
+    sequencer.stop();
+}
+
+} // namespace
