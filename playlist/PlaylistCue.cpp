@@ -11,7 +11,6 @@
 #include <charconv>
 #include <cstdint>
 #include <optional>
-#include <unordered_map>
 
 namespace {
 
@@ -251,20 +250,6 @@ private:
     std::string firstMissingFile_;
 };
 
-// "X.cue#N": the sheet and track number, or nothing.
-std::optional<std::pair<std::string, unsigned>> splitCueTrackPath(const std::string& path) {
-    const size_t hash = path.rfind('#');
-    if (hash == std::string::npos) {
-        return std::nullopt;
-    }
-    const std::string_view sheet = std::string_view(path).substr(0, hash);
-    const auto trackNumber = number(std::string_view(path).substr(hash + 1), 9);
-    if (!trackNumber || !pathtext::endsWithNoCase(sheet, ".cue")) {
-        return std::nullopt;
-    }
-    return std::pair{std::string(sheet), static_cast<unsigned>(*trackNumber)};
-}
-
 } // namespace
 
 ListRead readCue(const std::string& sheetPath, ListRoom room) {
@@ -286,33 +271,4 @@ ListRead parseCue(std::string_view contents, std::string_view sheetPath) {
     parser.finish();
     result.status = ListReadStatus::Ok;
     return result;
-}
-
-std::string cueTrackPath(std::string_view sheetPath, unsigned trackNumber) {
-    return std::string(sheetPath) + "#" + std::to_string(trackNumber);
-}
-
-void resolveCueTracks(std::vector<PlaylistEntry>& entries) {
-    std::unordered_map<std::string, std::vector<PlaylistEntry>> sheets;
-    for (PlaylistEntry& entry : entries) {
-        const auto reference = splitCueTrackPath(entry.path);
-        if (!reference || isRegularFile(entry.path)) {
-            continue;
-        }
-        const auto [sheet, trackNumber] = *reference;
-        auto found = sheets.find(sheet);
-        if (found == sheets.end()) {
-            found = sheets.emplace(sheet, readCue(sheet).entries).first;
-        }
-        const std::string wanted = cueTrackPath(sheet, trackNumber);
-        for (const PlaylistEntry& track : found->second) {
-            if (track.path == wanted) {
-                entry.title = track.title;
-                entry.trackFile = track.trackFile;
-                entry.trackStartMs = track.trackStartMs;
-                entry.trackEndMs = track.trackEndMs;
-                break;
-            }
-        }
-    }
 }

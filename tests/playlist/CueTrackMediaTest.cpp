@@ -76,6 +76,14 @@ TEST(CueTrackMedia, ATrackOfAFlacFilePlaysItsOwnRangeAsASongOfItsOwn) {
         EXPECT_NEAR(enginetest::ticksUntilEnd(*engine, sequencer), c.lengthMs / 20, 1);
     }
 
+    // Seeking stays within the track: 2 s in leaves 0.4 s; past its end is refused.
+    SequencedEntry again{second.trackFile, 0, 0, "", {second.trackStartMs, second.trackEndMs}};
+    ASSERT_TRUE(sequencer.start(again).loaded);
+    audio::Channel channel = engine->getChannel(sequencer.slot());
+    EXPECT_NE(channel.setPosition(2500, audio::TimeUnit::Ms), audio::Result::Ok);
+    ASSERT_EQ(channel.setPosition(2000, audio::TimeUnit::Ms), audio::Result::Ok);
+    EXPECT_NEAR(enginetest::ticksUntilEnd(*engine, sequencer), 20, 1);
+
     // Frame for frame: the track is the file from INDEX 01 (5 s) to the next one (7.4 s).
     audio::System& system = *engine->getSystem();
     audio::Sound* track = openOnly(system, flac, 5000, 7400);
