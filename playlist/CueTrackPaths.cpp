@@ -5,7 +5,6 @@
 
 #include <charconv>
 #include <optional>
-#include <unordered_map>
 #include <utility>
 
 namespace {
@@ -34,27 +33,29 @@ std::string cueTrackPath(std::string_view sheetPath, unsigned trackNumber) {
     return std::string(sheetPath) + "#" + std::to_string(trackNumber);
 }
 
-void resolveCueTracks(std::vector<PlaylistEntry>& entries) {
-    std::unordered_map<std::string, std::vector<PlaylistEntry>> sheets;
-    for (PlaylistEntry& entry : entries) {
-        const auto reference = splitCueTrackPath(entry.path);
-        if (!reference || isRegularFile(entry.path)) {
-            continue;
-        }
-        const auto [sheet, trackNumber] = *reference;
-        auto found = sheets.find(sheet);
-        if (found == sheets.end()) {
-            found = sheets.emplace(sheet, readCue(sheet).entries).first;
-        }
-        const std::string wanted = cueTrackPath(sheet, trackNumber);
-        for (const PlaylistEntry& track : found->second) {
-            if (track.path == wanted) {
-                entry.title = track.title;
-                entry.trackFile = track.trackFile;
-                entry.trackStartMs = track.trackStartMs;
-                entry.trackEndMs = track.trackEndMs;
-                break;
+void CueTrackResolver::resolve(PlaylistEntry& entry) {
+    const auto reference = splitCueTrackPath(entry.path);
+    if (!reference || isRegularFile(entry.path)) {
+        return;
+    }
+    const auto& [sheet, trackNumber] = *reference;
+    if (sheet != sheet_) {
+        sheet_ = sheet;
+        tracks_ = readCue(sheet).entries;
+        trackIndex_.clear();
+        for (std::size_t i = 0; i < tracks_.size(); ++i) {
+            if (const auto track = splitCueTrackPath(tracks_[i].path)) {
+                trackIndex_.emplace(track->second, i);
             }
         }
     }
+    const auto found = trackIndex_.find(trackNumber);
+    if (found == trackIndex_.end()) {
+        return;
+    }
+    const PlaylistEntry& track = tracks_[found->second];
+    entry.title = track.title;
+    entry.trackFile = track.trackFile;
+    entry.trackStartMs = track.trackStartMs;
+    entry.trackEndMs = track.trackEndMs;
 }

@@ -15,6 +15,8 @@
 namespace {
 
 constexpr std::string_view Utf8Bom = "\xEF\xBB\xBF";
+// FILE lines whose file is looked up on disk (missing ones are reported).
+constexpr int MaxCheckedFiles = 64;
 
 bool isUtf8(std::string_view text) {
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
@@ -181,11 +183,15 @@ private:
         std::string path = pathtext::isAbsolutePath(name)
                                ? pathtext::withForwardSlashes(name)
                                : std::string(folder_) + "/" + pathtext::withForwardSlashes(name);
+        // Only the first files are looked up, so a sheet of endless FILE lines reads as fast
+        // as any list.
+        const bool check = checkedFiles_ < MaxCheckedFiles;
+        checkedFiles_ += check ? 1 : 0;
         // A Latin-1 name may still be how the file is stored: the bytes as they are win.
-        if (!isUtf8(path) && !isRegularFile(path)) {
+        if (!isUtf8(path) && !(check && isRegularFile(path))) {
             path = asUtf8(path);
         }
-        if (!isRegularFile(path) && path.size() <= MaxPathBytes) {
+        if (check && !isRegularFile(path) && path.size() <= MaxPathBytes) {
             if (missingFiles_++ == 0) {
                 firstMissingFile_ = path;
             }
@@ -239,8 +245,9 @@ private:
     ListRoom room_;
     ListRead& out_;
     bool firstLine_ = true;
-    std::optional<std::string>
-        file_; // the FILE in effect; none before the first or after a bad one
+    // The FILE in effect; none before the first or after an overlong one.
+    std::optional<std::string> file_;
+    int checkedFiles_ = 0; // FILE lines looked up on disk
     std::string sheetPerformer_;
     std::optional<CueTrack> track_;    // being read
     bool badTrack_ = false;            // track_ has a bad number or INDEX 01

@@ -17,15 +17,17 @@
 // - The entry's path is "SHEET#N" (N the TRACK number without leading zeros); trackFile and
 //   the range say what it plays (PlaylistEntry.h).
 // - A FILE that names no existing file keeps its tracks (they fail when played, like a missing
-//   M3U line) and is reported.
+//   M3U line) and is reported; only the first 64 FILE lines are looked up on disk.
 //
 // Threading: pure functions over files and memory; any thread.
 
 #include "PlaylistEntry.h"
 #include "PlaylistFiles.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 // Reads the sheet at `sheetPath` a piece at a time, within the room and the file size limit.
@@ -35,10 +37,19 @@ ListRead readCue(const std::string& sheetPath, ListRoom room = {});
 ListRead parseCue(std::string_view contents, std::string_view sheetPath);
 
 // "SHEET#N", the path of track N's entry. Saved as an ordinary M3U line, so a saved list needs
-// no new syntax; resolveCueTracks turns it back into the track.
+// no new syntax; CueTrackResolver turns it back into the track.
 std::string cueTrackPath(std::string_view sheetPath, unsigned trackNumber);
 
-// Gives every entry whose path is "SOMETHING.cue#N" (".cue" in any case, N digits) and names no
-// existing file the title, track file and range of track N of that sheet, reading each sheet
-// once. Entries whose sheet or track cannot be found stay as they are (and fail when played).
-void resolveCueTracks(std::vector<PlaylistEntry>& entries);
+// Turns entries whose path is "SOMETHING.cue#N" (".cue" in any case, N digits) and that name
+// no existing file back into track N of that sheet: title, track file and range. Entries whose
+// sheet or track cannot be found stay as they are (and fail when played). The last sheet read
+// is kept, so the tracks of one sheet in a row read it once.
+class CueTrackResolver {
+public:
+    void resolve(PlaylistEntry& entry);
+
+private:
+    std::string sheet_;
+    std::vector<PlaylistEntry> tracks_;
+    std::unordered_map<unsigned, std::size_t> trackIndex_; // track number -> first in tracks_
+};

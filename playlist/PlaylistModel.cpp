@@ -79,16 +79,17 @@ PlaylistModel::ListAdded PlaylistModel::appendListFile(const std::string& listPa
     for (const std::string& problem : list.problems) {
         log_.logLine(LogFile::Red, "Playlist file '%s': %s!", listPath.c_str(), problem.c_str());
     }
-    if (format != ListFormat::Cue) {
-        resolveCueTracks(list.entries);
-    }
     // One move of the whole list at most, while keeping the growth geometric for many small lists.
     const size_t needed = entries_.size() + list.entries.size();
     if (needed > entries_.capacity()) {
         entries_.reserve(std::max(needed, 2 * entries_.capacity()));
     }
+    CueTrackResolver cueTracks;
     for (PlaylistEntry& entry : list.entries) {
-        // A resolved CUE track holds its track file too, which the reader's room did not count.
+        // One at a time, so the track files the reader's room did not count stay within ours.
+        if (format != ListFormat::Cue) {
+            cueTracks.resolve(entry);
+        }
         if (!hasRoomFor(pathBytesOf(entry))) {
             list.full = true;
             break;

@@ -69,7 +69,7 @@ public:
     // path longer than MaxPathBytes is left out. Once the list holds MaxPlaylistEntries entries
     // or MaxPlaylistPathBytes bytes of paths (pathBytesOf), nothing more is added. Entries of
     // M3U, PLS and XSPF lists that name a CUE sheet's track ("SHEET.cue#N", what a saved list
-    // holds for a track) become that track again (resolveCueTracks). Errors, problems the
+    // holds for a track) become that track again (CueTrackResolver). Errors, problems the
     // readers report and left-out paths are logged, never fatal.
     void addPaths(const QStringList& paths);
 
