@@ -192,9 +192,11 @@ private:
                 stream = true;
             }
         }
-        // A decoded %00 or %0A would cut the path short on opening or break the saved list.
-        const bool local = !stream && pathtext::isAbsolutePath(entry.path);
-        if ((!stream && !local) ||
+        // "http:/x" has the scheme but would be opened as a relative file; a decoded %00 or %0A
+        // would cut the path short on opening or break the saved list.
+        const bool usable =
+            stream ? pathtext::isHttpUrl(entry.path) : pathtext::isAbsolutePath(entry.path);
+        if (!usable ||
             entry.path.find_first_of(std::string_view("\n\r\0", 3)) != std::string::npos) {
             if (unsupported_++ == 0) {
                 firstUnsupported_ = location.left(200).toStdString();

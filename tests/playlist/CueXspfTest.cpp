@@ -58,7 +58,7 @@ TEST(XspfParsing, LocationsBecomeLocalPathsOrStreamsWithTheirTitles) {
                     "<location>/a.mp3</location><location>/b.mp3</location>") +
               track("<location>http://h/s</location><title>Radio</title>") +
               track("<title>No location</title>") + location("ftp://h/x.mp3") +
-              location("file://otherhost/x.mp3") + location("file:///a%0Ab") + location("file:x") +
+              location("file://otherhost/x.mp3") + location("file:///a%0Ab") + location("file:x") + location("http:/x") +
               track("<extension application=\"x\"><location>/no.mp3</location></extension>")),
          {{"Band - Song & Dance", "/a.mp3"}, {"Radio", "http://h/s"}}},
         {"<playlist><trackList><track><location>/plain.mp3</location></track></trackList>"
