@@ -93,6 +93,12 @@ struct CreateSoundInfo {
     size_t length = 0;           // OpenMemory: the block's size in bytes (the block is copied)
     int connectTimeoutMs = 5000; // URLs: connect and first answer, 1..600000
     int readTimeoutMs = 5000;    // URLs: longest wait for more data while playing
+    // Only this part of the source plays, as a sound of its own (a CUE sheet's track): ms from
+    // the source's start. Position 0 is rangeStartMs, the length is the range's, reads end at
+    // rangeEndMs and seeks stay within it. rangeEndMs 0: to the source's end; otherwise it must
+    // be above rangeStartMs (else InvalidParameter). Both 0 (default): the whole source.
+    unsigned rangeStartMs = 0;
+    unsigned rangeEndMs = 0;
 };
 
 // A handle to one playing sound. Copyable and cheap; it goes stale when the channel is stopped,

@@ -32,6 +32,8 @@ Result System::createSound(const char* pathOrData, Mode mode, const CreateSoundI
         }
         source.network.connectTimeoutMs = info->connectTimeoutMs;
         source.network.readTimeoutMs = info->readTimeoutMs;
+        source.rangeStartMs = info->rangeStartMs;
+        source.rangeEndMs = info->rangeEndMs;
     }
     if (hasMode(mode, Mode::OpenMemory)) {
         if (info == nullptr || info->length == 0) {

@@ -127,9 +127,12 @@ constexpr audio::Mode MeasureMemoryMode = MeasurePathMode | audio::Mode::OpenMem
 
 } // namespace
 
-audio::Sound* SoundEngine::openMeasureSound(const std::string& path) {
+audio::Sound* SoundEngine::openMeasureSound(const std::string& path, const SongRange& range) {
     audio::Sound* sound = nullptr;
-    lastResult = system->createSound(path.c_str(), MeasurePathMode, nullptr, &sound);
+    audio::CreateSoundInfo info;
+    info.rangeStartMs = range.startMs;
+    info.rangeEndMs = range.endMs;
+    lastResult = system->createSound(path.c_str(), MeasurePathMode, &info, &sound);
     checkResult(lastResult, "");
     return sound;
 }
@@ -143,8 +146,9 @@ audio::Sound* SoundEngine::openMeasureSound(const void* data, const audio::Creat
     return sound;
 }
 
-int SoundEngine::findSoundStartFromPath(const std::string& path, int threshold) {
-    return findSoundStart(openMeasureSound(path), threshold);
+int SoundEngine::findSoundStartFromPath(const std::string& path, int threshold,
+                                        const SongRange& range) {
+    return findSoundStart(openMeasureSound(path, range), threshold);
 }
 
 int SoundEngine::findSoundStartFromMemory(const void* data, const audio::CreateSoundInfo& info,
@@ -152,8 +156,9 @@ int SoundEngine::findSoundStartFromMemory(const void* data, const audio::CreateS
     return findSoundStart(openMeasureSound(data, info), threshold);
 }
 
-int SoundEngine::findSoundEndFromPath(const std::string& path, int threshold) {
-    return findSoundEnd(openMeasureSound(path), threshold);
+int SoundEngine::findSoundEndFromPath(const std::string& path, int threshold,
+                                      const SongRange& range) {
+    return findSoundEnd(openMeasureSound(path, range), threshold);
 }
 
 int SoundEngine::findSoundEndFromMemory(const void* data, const audio::CreateSoundInfo& info,

@@ -11,7 +11,7 @@ PlaybackSequencer::StartResult PlaybackSequencer::start(SequencedEntry& entry, b
     int end = 0;
     std::string typeName;
     result.loaded = engine_.loadSong(entry.path, slot_, options_.accurate, options_.gapless,
-                                     options_.cutoff, &end, &typeName);
+                                     options_.cutoff, &end, &typeName, entry.range);
     if (!result.loaded) {
         return result;
     }

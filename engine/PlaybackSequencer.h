@@ -25,6 +25,7 @@ struct SequencedEntry {
     uint32_t startOffsetMs = 0; // where playback begins, ms: the leading silence; set by start()
     uint32_t lengthMs = 0;      // 0 = not yet played; UnknownLengthMs = unknown; set by start()
     std::string formatName;     // the sound type's display text; set by start()
+    SongRange range;            // the part of `path` that is the song (a CUE track); default all
 };
 
 struct SequencerOptions {

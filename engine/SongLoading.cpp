@@ -38,6 +38,13 @@ unsigned long long fileBytes(const std::string& path) {
     return ::stat(path.c_str(), &info) == 0 ? static_cast<unsigned long long>(info.st_size) : 0;
 }
 
+audio::CreateSoundInfo rangeInfo(const SongRange& range) {
+    audio::CreateSoundInfo info;
+    info.rangeStartMs = range.startMs;
+    info.rangeEndMs = range.endMs;
+    return info;
+}
+
 int lengthMsAsInt(audio::Sound* sound) {
     unsigned length = 0;
     if (sound != nullptr) {
@@ -62,9 +69,9 @@ audio::Result SoundEngine::releaseSlotSound(int slot) {
 }
 
 void SoundEngine::createFromPathOrRip(const std::string& path, int slot, bool accurate,
-                                      std::vector<uint8_t>* rippedBlock) {
-    lastResult =
-        system->createSound(path.c_str(), pathMode(path, accurate), nullptr, &sounds[slot]);
+                                      const SongRange& range, std::vector<uint8_t>* rippedBlock) {
+    audio::CreateSoundInfo info = rangeInfo(range);
+    lastResult = system->createSound(path.c_str(), pathMode(path, accurate), &info, &sounds[slot]);
     if (lastResult == audio::Result::Ok) {
         return;
     }
@@ -88,7 +95,6 @@ void SoundEngine::createFromPathOrRip(const std::string& path, int slot, bool ac
     if (!rip.ripped) {
         return; // lastResult still holds the library's refusal
     }
-    audio::CreateSoundInfo info;
     info.length = rip.module.size();
     engineLog(0, "Module ripper ripped a song!");
     lastResult = system->createSound(reinterpret_cast<const char*>(rip.module.data()),
@@ -97,7 +103,7 @@ void SoundEngine::createFromPathOrRip(const std::string& path, int slot, bool ac
 }
 
 bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, bool trim, int cutoff,
-                           int* endOut, std::string* typeNameOut) {
+                           int* endOut, std::string* typeNameOut, const SongRange& range) {
     slot = slot == 1 ? 1 : 0;
     int endScratch = 0;
     std::string nameScratch;
@@ -154,12 +160,12 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
     if (notRegular) {
         lastResult = audio::Result::FileUnreadable;
     } else if (gzipped) {
-        audio::CreateSoundInfo info;
+        audio::CreateSoundInfo info = rangeInfo(range);
         info.length = block.size();
         lastResult = system->createSound(reinterpret_cast<const char*>(block.data()),
                                          memoryMode(accurate), &info, &sounds[slot]);
     } else {
-        createFromPathOrRip(path, slot, accurate, &block);
+        createFromPathOrRip(path, slot, accurate, range, &block);
     }
     if (lastResult == audio::Result::Ok) {
         *typeNameOut = soundTypeName(sounds[slot]);
@@ -174,7 +180,7 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
     int start = 0;
     if (trim) {
         // A ripped module is measured from its block too: the file itself cannot be opened.
-        measure(path, block.empty() ? nullptr : &block, cutoff, &start, endOut);
+        measure(path, block.empty() ? nullptr : &block, range, cutoff, &start, endOut);
     } else {
         *endOut = lengthMsAsInt(sounds[slot]);
     }
@@ -192,14 +198,14 @@ bool SoundEngine::loadSong(const std::string& path, int slot, bool accurate, boo
     return lastResult == audio::Result::Ok;
 }
 
-void SoundEngine::measure(const std::string& path, const std::vector<uint8_t>* block, int cutoff,
-                          int* start, int* end) {
+void SoundEngine::measure(const std::string& path, const std::vector<uint8_t>* block,
+                          const SongRange& range, int cutoff, int* start, int* end) {
     if (block == nullptr) {
-        *start = findSoundStartFromPath(path, cutoff);
-        *end = findSoundEndFromPath(path, cutoff);
+        *start = findSoundStartFromPath(path, cutoff, range);
+        *end = findSoundEndFromPath(path, cutoff, range);
         return;
     }
-    audio::CreateSoundInfo info;
+    audio::CreateSoundInfo info = rangeInfo(range);
     info.length = block->size();
     *start = findSoundStartFromMemory(block->data(), info, cutoff);
     *end = findSoundEndFromMemory(block->data(), info, cutoff);

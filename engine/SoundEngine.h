@@ -19,6 +19,14 @@
 #include <string>
 #include <vector>
 
+// Part of a source that plays as a song of its own (a CUE sheet's track): milliseconds from the
+// source's start; endMs 0 means to the source's end, otherwise endMs > startMs. The default is
+// the whole source. Position 0, the length and the silence measurement are the range's.
+struct SongRange {
+    uint32_t startMs = 0;
+    uint32_t endMs = 0;
+};
+
 class SoundEngine {
 public:
     // Silence measurement constants: bytes of decoded 16-bit stereo read per measurement, and
@@ -93,10 +101,11 @@ public:
     // *endOut: with trim, the measured end in ms (-1 for a sound of unknown length); without,
     // the full length in ms (-1 when unknown). *typeNameOut: the type's display text or "".
     // Paths ending in ".fc" are decoded whole; gzip files are unpacked in memory (at most
-    // 512 MiB); files the library refuses go through the module ripper.
+    // 512 MiB); files the library refuses go through the module ripper. `range` restricts the
+    // song to part of the file (SongRange); the lengths and positions above are then the range's.
     // Returns true when the song was created and its channel started (paused).
     bool loadSong(const std::string& path, int slot, bool accurate, bool trim, int cutoff,
-                  int* endOut, std::string* typeNameOut);
+                  int* endOut, std::string* typeNameOut, const SongRange& range = {});
     // Where the last successful loadSong left its channel: the measured leading silence in ms
     // with trim, else 0.
     int lastStartMs() const { return lastStart; }
@@ -113,12 +122,12 @@ public:
     // threshold: a 32-bit left/right pair counts as sound when its magnitude is above it.
     int findSoundStart(audio::Sound* sound, int threshold);
     int findSoundEnd(audio::Sound* sound, int threshold);
-    // The openers: create the private sound (open-only stream) from a path or a memory block of
-    // info.length bytes, and measure it.
-    int findSoundStartFromPath(const std::string& path, int threshold);
+    // The openers: create the private sound (open-only stream) from a path (restricted to
+    // `range`) or a memory block of info.length bytes (and info's range), and measure it.
+    int findSoundStartFromPath(const std::string& path, int threshold, const SongRange& range = {});
     int findSoundStartFromMemory(const void* data, const audio::CreateSoundInfo& info,
                                  int threshold);
-    int findSoundEndFromPath(const std::string& path, int threshold);
+    int findSoundEndFromPath(const std::string& path, int threshold, const SongRange& range = {});
     int findSoundEndFromMemory(const void* data, const audio::CreateSoundInfo& info, int threshold);
 
     // The module ripper executable (default: "tamberlo-rip" beside the running program) and
@@ -129,16 +138,16 @@ public:
 private:
     // The private open-only sound a measurement decodes (from the path, or from a copy of the
     // song's memory block); the creation result is kept and logged, and may be null.
-    audio::Sound* openMeasureSound(const std::string& path);
+    audio::Sound* openMeasureSound(const std::string& path, const SongRange& range);
     audio::Sound* openMeasureSound(const void* data, const audio::CreateSoundInfo& info);
 
     audio::Result releaseSlotSound(int slot);
     // Creates the slot's sound from the file, or through the ripper when the library refuses it
     // (then *rippedBlock receives the module the sound was made from).
     void createFromPathOrRip(const std::string& path, int slot, bool accurate,
-                             std::vector<uint8_t>* rippedBlock);
-    void measure(const std::string& path, const std::vector<uint8_t>* block, int cutoff, int* start,
-                 int* end);
+                             const SongRange& range, std::vector<uint8_t>* rippedBlock);
+    void measure(const std::string& path, const std::vector<uint8_t>* block, const SongRange& range,
+                 int cutoff, int* start, int* end);
 
     std::array<audio::Sound*, 2> sounds{}; // index = slot
     std::array<bool, 2> loaded{};          // the slot's sound must be released before reuse

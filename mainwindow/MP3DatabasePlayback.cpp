@@ -220,7 +220,10 @@ void MP3Database::startCurrentEntry() {
     }
     noSound_ = false;
     PlaylistEntry entry = model.entry(currentSound);
-    SequencedEntry song{entry.path, entry.startOffsetMs, entry.lengthMs, entry.formatName};
+    // A CUE sheet's track plays its range of the track file; every other entry its path.
+    SequencedEntry song{entry.trackFile.empty() ? entry.path : entry.trackFile, entry.startOffsetMs,
+                        entry.lengthMs, entry.formatName,
+                        SongRange{entry.trackStartMs, entry.trackEndMs}};
     sequencer_->setOptions({gaplessAccurate, gaplessEnabled, gaplessCutoff, unknownLengthEnabled,
                             static_cast<std::uint32_t>(unknownLengthSeconds)});
     const PlaybackSequencer::StartResult started = sequencer_->start(song, paused_);

@@ -45,7 +45,7 @@ PlaylistModel::LastList PlaylistModel::restoreLastPlaylist() {
         return LastList::Refused;
     }
     const int first = count();
-    const ListAdded added = appendListFile(path, false);
+    const ListAdded added = appendListFile(path, ListFormat::M3u);
     unplayable_.resize(entries_.size(), 0);
     if (count() > first) {
         emit entriesAppended(first, count() - first);

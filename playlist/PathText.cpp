@@ -14,12 +14,6 @@ char asciiLower(char c) {
     return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-bool equalNoCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return asciiLower(x) == asciiLower(y);
-           });
-}
-
 } // namespace
 
 std::string withForwardSlashes(std::string_view text) {
@@ -33,6 +27,11 @@ std::string_view afterLastSlash(std::string_view text) {
     return slash == std::string_view::npos ? text : text.substr(slash + 1);
 }
 
+std::string_view listFolder(std::string_view listPath) {
+    const size_t slash = listPath.rfind('/');
+    return slash == std::string_view::npos ? listPath : listPath.substr(0, slash);
+}
+
 std::string_view trimmed(std::string_view text) {
     while (!text.empty() && isAsciiSpace(text.front())) {
         text.remove_prefix(1);
@@ -41,6 +40,12 @@ std::string_view trimmed(std::string_view text) {
         text.remove_suffix(1);
     }
     return text;
+}
+
+bool equalNoCase(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return asciiLower(x) == asciiLower(y);
+           });
 }
 
 bool startsWithNoCase(std::string_view text, std::string_view prefix) {

@@ -16,10 +16,15 @@ std::string withForwardSlashes(std::string_view text);
 // Text after the last '/', or all of `text` when it has none.
 std::string_view afterLastSlash(std::string_view text);
 
+// The folder relative list entries are joined to: `listPath` up to its last '/', or the whole
+// of `listPath` when it has none.
+std::string_view listFolder(std::string_view listPath);
+
 // `text` without ASCII white space (space, \t, \n, \v, \f, \r) at both ends. Bytes >= 0x80 are
 // never trimmed: they may be part of a UTF-8 sequence.
 std::string_view trimmed(std::string_view text);
 
+bool equalNoCase(std::string_view a, std::string_view b);
 bool startsWithNoCase(std::string_view text, std::string_view prefix);
 bool endsWithNoCase(std::string_view text, std::string_view suffix);
 

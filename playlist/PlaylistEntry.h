@@ -1,6 +1,7 @@
 #pragma once
-// One playlist row. The playlist sets only `title` and `path`; the player window fills the
-// format name and the three numbers after it has loaded the song.
+// One playlist row. The playlist sets `title` and `path` (and, for a CUE sheet's track, the
+// track fields); the player window fills the format name and the three numbers after it has
+// loaded the song.
 //
 // Text encoding: every text field holds 8-bit bytes in the file system's encoding, i.e. what
 // QFile::encodeName gives (UTF-8 with Qt 6 on Unix). Paths are kept byte for byte as they came
@@ -9,6 +10,7 @@
 //
 // Threading: a plain value type; no shared state.
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -28,5 +30,17 @@ struct PlaylistEntry {
     std::uint32_t subsongCount = 0;  // number of subsongs, 0 until loaded
     std::uint32_t lengthMs = 0;      // song length, milliseconds; UnknownLength if unknown
 
+    // A CUE sheet's track (PlaylistCue.h): `path` is then "SHEET#N", what a saved list keeps,
+    // and the song is the range [trackStartMs, trackEndMs) of `trackFile`, played as a song of
+    // its own; trackEndMs 0 means to the file's end. trackFile is empty for every other entry.
+    std::string trackFile;
+    std::uint32_t trackStartMs = 0;
+    std::uint32_t trackEndMs = 0;
+
     friend bool operator==(const PlaylistEntry&, const PlaylistEntry&) = default;
 };
+
+// The bytes of paths an entry holds: what the playlist's limits count (PlaylistLimits.h).
+inline std::size_t pathBytesOf(const PlaylistEntry& entry) {
+    return entry.path.size() + entry.trackFile.size();
+}

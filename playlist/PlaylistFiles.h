@@ -51,7 +51,15 @@ struct ListRead {
     std::vector<PlaylistEntry> entries;
     int overlongLines = 0; // lines left out because their path is longer than MaxPathBytes
     bool full = false;     // the room was used up; the lines after that were not read
+    // What the reader could not make sense of (damaged XML, CUE tracks left out, ...), one
+    // sentence each, for the log. M3U and PLS have none.
+    std::vector<std::string> problems;
 };
+
+// Appends `entry` to out.entries when it fits the room (counting pathBytesOf) and takes its
+// size from the room; otherwise sets out.full and returns false. An entry with a path (or
+// track file) longer than MaxPathBytes is not added but counted in out.overlongLines (true).
+bool addWithinRoom(PlaylistEntry&& entry, ListRoom& room, ListRead& out);
 
 // Reads the list file at `listPath` (8-bit, QFile::encodeName form) a piece at a time, so memory
 // follows the entries made, not the file's size. Never throws.

@@ -2,7 +2,9 @@
 
 #include "LogFile.h"
 #include "PathText.h"
+#include "PlaylistCue.h"
 #include "PlaylistFiles.h"
+#include "PlaylistXspf.h"
 
 #include <QDir>
 #include <QFile>
@@ -27,10 +29,10 @@ bool PlaylistModel::hasRoomFor(std::size_t pathBytes) const {
 }
 
 bool PlaylistModel::appendEntry(PlaylistEntry&& entry) {
-    if (!hasRoomFor(entry.path.size())) {
+    if (!hasRoomFor(pathBytesOf(entry))) {
         return false;
     }
-    pathBytes_ += static_cast<std::int64_t>(entry.path.size());
+    pathBytes_ += static_cast<std::int64_t>(pathBytesOf(entry));
     entries_.push_back(std::move(entry));
     return true;
 }
@@ -49,9 +51,24 @@ void PlaylistModel::logFull(const std::string& path) {
                  MaxPlaylistEntries, static_cast<long long>(MaxPlaylistPathBytes), path.c_str());
 }
 
-PlaylistModel::ListAdded PlaylistModel::appendListFile(const std::string& listPath, bool pls) {
+PlaylistModel::ListAdded PlaylistModel::appendListFile(const std::string& listPath,
+                                                       ListFormat format) {
     const ListRoom room{MaxPlaylistEntries - entries_.size(), MaxPlaylistPathBytes - pathBytes_};
-    ListRead list = pls ? readPls(listPath, room) : readM3u(listPath, room);
+    ListRead list;
+    switch (format) {
+    case ListFormat::M3u:
+        list = readM3u(listPath, room);
+        break;
+    case ListFormat::Pls:
+        list = readPls(listPath, room);
+        break;
+    case ListFormat::Xspf:
+        list = readXspf(listPath, room);
+        break;
+    case ListFormat::Cue:
+        list = readCue(listPath, room);
+        break;
+    }
     if (list.status == ListReadStatus::TooLarge) {
         log_.logLine(LogFile::Red, "Playlist file '%s' is too large; not read!", listPath.c_str());
     }
@@ -59,13 +76,25 @@ PlaylistModel::ListAdded PlaylistModel::appendListFile(const std::string& listPa
         log_.logLine(LogFile::Red, "Playlist file '%s': %d line(s) longer than %zu bytes left out!",
                      listPath.c_str(), list.overlongLines, MaxPathBytes);
     }
+    for (const std::string& problem : list.problems) {
+        log_.logLine(LogFile::Red, "Playlist file '%s': %s!", listPath.c_str(), problem.c_str());
+    }
     // One move of the whole list at most, while keeping the growth geometric for many small lists.
     const size_t needed = entries_.size() + list.entries.size();
     if (needed > entries_.capacity()) {
         entries_.reserve(std::max(needed, 2 * entries_.capacity()));
     }
+    CueTrackResolver cueTracks;
     for (PlaylistEntry& entry : list.entries) {
-        pathBytes_ += static_cast<std::int64_t>(entry.path.size());
+        // One at a time, so the track files the reader's room did not count stay within ours.
+        if (format != ListFormat::Cue) {
+            cueTracks.resolve(entry);
+        }
+        if (!hasRoomFor(pathBytesOf(entry))) {
+            list.full = true;
+            break;
+        }
+        pathBytes_ += static_cast<std::int64_t>(pathBytesOf(entry));
         entries_.push_back(std::move(entry));
     }
     return {list.status, list.full};
@@ -93,9 +122,13 @@ void PlaylistModel::addPaths(const QStringList& paths) {
                 return room;
             });
         } else if (pathtext::endsWithNoCase(path, ".m3u")) {
-            room = !appendListFile(path, false).full;
+            room = !appendListFile(path, ListFormat::M3u).full;
         } else if (pathtext::endsWithNoCase(path, ".pls")) {
-            room = !appendListFile(path, true).full;
+            room = !appendListFile(path, ListFormat::Pls).full;
+        } else if (pathtext::endsWithNoCase(path, ".xspf")) {
+            room = !appendListFile(path, ListFormat::Xspf).full;
+        } else if (pathtext::endsWithNoCase(path, ".cue")) {
+            room = !appendListFile(path, ListFormat::Cue).full;
         } else if (path.starts_with("http://")) {
             room = appendEntry(path, path);
         } else {
@@ -189,7 +222,7 @@ int PlaylistModel::removeRows(std::vector<int> rows, int currentSound) {
     size_t kept = 0;
     for (size_t i = 0; i < entries_.size(); ++i) {
         if (removed[i]) {
-            pathBytes_ -= static_cast<std::int64_t>(entries_[i].path.size());
+            pathBytes_ -= static_cast<std::int64_t>(pathBytesOf(entries_[i]));
             continue;
         }
         if (kept != i) { // a self-move would empty the strings
@@ -225,8 +258,8 @@ void PlaylistModel::setEntry(int row, PlaylistEntry entry) {
         return;
     }
     PlaylistEntry& kept = entries_[static_cast<size_t>(row)];
-    pathBytes_ +=
-        static_cast<std::int64_t>(entry.path.size()) - static_cast<std::int64_t>(kept.path.size());
+    pathBytes_ += static_cast<std::int64_t>(pathBytesOf(entry)) -
+                  static_cast<std::int64_t>(pathBytesOf(kept));
     kept = std::move(entry);
     emit entryChanged(row);
 }

@@ -59,14 +59,18 @@ public:
     // Appends entries for `paths` in order, one entriesAppended for the whole call:
     // - ends with ".zip" (any case): every file member unpacked to the temporary folder;
     // - ends with ".m3u" / ".pls" (any case): the entries that file lists (PlaylistFiles.h);
+    // - ends with ".xspf" (any case): the entries of that XSPF list (PlaylistXspf.h);
+    // - ends with ".cue" (any case): one entry per track of that CUE sheet (PlaylistCue.h);
     // - starts with "http://" (exact case): one entry, title = path = the text;
     // - otherwise: '\' -> '/', title = text after the last '/', one entry. No trimming, no
     //   existence test.
     // Paths are converted to 8-bit with QFile::encodeName. A relative path (not a stream) is
     // first joined to the current folder, so the entry names the same file from anywhere. A
     // path longer than MaxPathBytes is left out. Once the list holds MaxPlaylistEntries entries
-    // or MaxPlaylistPathBytes bytes of paths, nothing more is added. Errors and left-out paths
-    // are logged, never fatal.
+    // or MaxPlaylistPathBytes bytes of paths (pathBytesOf), nothing more is added. Entries of
+    // M3U, PLS and XSPF lists that name a CUE sheet's track ("SHEET.cue#N", what a saved list
+    // holds for a track) become that track again (CueTrackResolver). Errors, problems the
+    // readers report and left-out paths are logged, never fatal.
     void addPaths(const QStringList& paths);
 
     // Collects every file below `folder` (see DirectoryCollector.h for the order) into a list
@@ -137,8 +141,9 @@ private:
         ListReadStatus status;
         bool full; // the list became full on the way
     };
+    enum class ListFormat { M3u, Pls, Xspf, Cue };
     // Appends what the list file holds, as far as there is room.
-    ListAdded appendListFile(const std::string& listPath, bool pls);
+    ListAdded appendListFile(const std::string& listPath, ListFormat format);
     bool hasRoomFor(std::size_t pathBytes) const;
     void logFull(const std::string& path);
     void removeUnreferencedTempFiles();
@@ -149,7 +154,7 @@ private:
     DirectoryCollector collector_;
     std::vector<PlaylistEntry> entries_;
     std::vector<char> unplayable_; // parallel to entries_
-    std::int64_t pathBytes_ = 0;   // summed over entries_' paths
+    std::int64_t pathBytes_ = 0;   // summed over entries_' pathBytesOf
     bool lastListRead_ = false;    // the last-playlist file was read (or missing) in this run
     QStringList collected_;        // shared list of collectDirectory
     bool keepTempFiles_ = false;

@@ -88,14 +88,20 @@ struct DecoderSource {
     std::shared_ptr<const std::vector<uint8_t>> memory; // set: decode this block, not the path
     bool accurateTime = false; // exact length and sample-accurate seeking (scans VBR at open)
     NetworkOptions network;
+    // Only this part plays, as a sound of its own (RangeDecoder.h): ms from the source's start;
+    // rangeEndMs 0 means to the source's end. Both 0: the whole source.
+    uint32_t rangeStartMs = 0;
+    uint32_t rangeEndMs = 0;
 };
 
 // Picks the decoder for `source`: plug-ins first (those that claim the data), then libopenmpt
 // (by content, not by extension), then FFmpeg. A decoder is accepted only when it is confident
-// and its first frames decode, so random bytes and packed modules are refused.
+// and its first frames decode, so random bytes and packed modules are refused. A source with a
+// range gets the chosen decoder wrapped in a RangeDecoder.
 // Returns Ok with *out set, or FileNotFound, FileUnreadable, FormatUnsupported, FormatCorrupt,
 // ProtocolRefused, and for URLs NetworkConnect, NetworkTimeout, NetworkTooSlow, HttpError,
-// NetworkBadAnswer, NetworkRead or StreamOverBudget.
+// NetworkBadAnswer, NetworkRead or StreamOverBudget; for a range, also InvalidParameter (empty,
+// or past the source's end) and the failure of the seek to its start.
 Result openDecoder(const DecoderSource& source, const PluginRegistry* plugins,
                    std::unique_ptr<Decoder>* out);
 

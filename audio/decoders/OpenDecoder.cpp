@@ -1,6 +1,7 @@
 // openDecoder: tries the decoders in a fixed order and keeps the first that accepts the source.
 #include "Decoder.h"
 #include "PluginRegistry.h"
+#include "RangeDecoder.h"
 #include "SourceLocation.h"
 #include "ffmpeg/FfmpegDecoder.h"
 #include "ffmpeg/FfmpegFormats.h"
@@ -70,13 +71,9 @@ Result readWhole(const std::string& path, uint64_t size, std::vector<uint8_t>* o
     return Result::Ok;
 }
 
-} // namespace
-
-Result openDecoder(const DecoderSource& source, const PluginRegistry* plugins,
-                   std::unique_ptr<Decoder>* out) {
-    if (out == nullptr) {
-        return Result::InvalidParameter;
-    }
+// Picks the decoder for the whole source (see openDecoder).
+Result openWholeSource(const DecoderSource& source, const PluginRegistry* plugins,
+                       std::unique_ptr<Decoder>* out) {
     SourceLocation where;
     const Result resolved = resolveSourceLocation(source, &where);
     if (resolved != Result::Ok) {
@@ -164,6 +161,30 @@ Result openDecoder(const DecoderSource& source, const PluginRegistry* plugins,
         return failure;
     }
     return opened;
+}
+
+} // namespace
+
+Result openDecoder(const DecoderSource& source, const PluginRegistry* plugins,
+                   std::unique_ptr<Decoder>* out) {
+    if (out == nullptr) {
+        return Result::InvalidParameter;
+    }
+    if (source.rangeStartMs == 0 && source.rangeEndMs == 0) {
+        return openWholeSource(source, plugins, out);
+    }
+    if (source.rangeEndMs != 0 && source.rangeEndMs <= source.rangeStartMs) {
+        return Result::InvalidParameter;
+    }
+    std::unique_ptr<Decoder> whole;
+    const Result opened = openWholeSource(source, plugins, &whole);
+    if (opened != Result::Ok) {
+        return opened;
+    }
+    const int rate = whole->sampleRate();
+    const uint64_t end =
+        source.rangeEndMs == 0 ? UnknownFrames : rangeMsToFrames(source.rangeEndMs, rate);
+    return openRangeDecoder(std::move(whole), rangeMsToFrames(source.rangeStartMs, rate), end, out);
 }
 
 } // namespace audio
