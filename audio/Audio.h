@@ -220,6 +220,18 @@ public:
     // Plays `sound` on a free channel, from its start. A stream plays on one channel at a time:
     // playing it again stops its earlier channel. Returns Ok, NoFreeChannel, InvalidHandle.
     Result playSound(Sound* sound, bool paused, Channel* channel);
+    // Queues `next` on a free channel that starts, from its start, at the output frame right
+    // after `current`'s last frame, within the same mixer callback: no gap and no overlap, each
+    // channel resampled to the output rate on its own when the rates differ. Until then the
+    // new channel is playing (isPlaying true), unpaused, at position 0; it reports its own
+    // position from its start and takes setPaused, setFrequency, setPan and setPosition like any
+    // channel. Stopping `current` before its end stops the queued channel too; once started it
+    // is a channel of its own. A channel that is paused or stopped never reaches its end, so
+    // its successor does not start (a paused one hands over once it plays on to its end).
+    // Returns Ok, NoFreeChannel, InvalidHandle (a stale
+    // `current` or unknown sound), InvalidParameter (`current` already has a queued channel, or
+    // `next` is the stream `current` plays), NotReady before init.
+    Result playSoundAfter(Sound* next, Channel current, Channel* channel);
 
     // Offline output only: renders `frames` frames of interleaved stereo float into `out`
     // (2 * frames floats) synchronously, decoding on this thread as needed. NotReady otherwise.

@@ -28,6 +28,7 @@ public:
     // Wraps an opened decoder in a Sound (Sample mode decodes it whole).
     Result createSound(std::unique_ptr<Decoder> decoder, Mode mode, Sound** sound);
     Result playSound(Sound* sound, bool paused, Channel* channel);
+    Result playSoundAfter(Sound* next, const Channel& current, Channel* channel);
     // Stops the sound's channels and drops it from the list released by close.
     void forgetSound(Sound* sound);
 
@@ -39,7 +40,15 @@ public:
     ChannelGroup& master() { return master_; }
 
 private:
+    // The channel a new one is queued after.
+    struct Queue {
+        ChannelSlot* slot;
+        uint32_t index;
+        uint32_t generation;
+    };
     Result openOutput(const OutputSpec& outputSpec);
+    // Binds a free slot to the sound and starts it (paused or not), or queues it `after`.
+    Result startChannel(Sound* sound, bool paused, const Queue* after, Channel* channel);
 
     std::unique_ptr<PluginRegistry> plugins_;
     OutputInfo info_;
