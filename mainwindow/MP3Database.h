@@ -50,6 +50,7 @@ public:
     bool gaplessAccurate = false;
     int gaplessCutoff = 10;
     bool gaplessPreload = false; // stored and shown only; no playback code reads it
+    bool gaplessSampleExact = false; // songs join sample to sample; no silence is trimmed
     QString lastUrlOpened = "http://";
 
     SoundEngine& engine() { return *engine_; }

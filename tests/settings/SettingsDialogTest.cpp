@@ -102,6 +102,8 @@ TEST_F(SettingsDialog, FormHasTheGivenCaptionsRangesAndSteps) {
         {"checkBoxPreload", "Preload next sound",
          "Preload the next song in playlist. For perfect gapless playing this is required"},
         {"checkBoxGapAccurate", "Accurate", "Loading sound will take longer"},
+        {"checkBoxSampleExact", "Sample-exact gapless",
+         "The next song follows the last sample of this one; no silence is trimmed"},
         {"checkBoxLoadLastPlayList", "Load last playlist on startup", ""},
         {"labelGapCutoffText", "Cutoff", "Higher value means removing more sound"},
     };
@@ -215,6 +217,8 @@ TEST_F(SettingsDialog, CheckBoxesStartFromThePlayerAndCountOnlyWhenFullyChecked)
          [&](bool on) { player.gaplessPreload = on; }},
         {"checkBoxGapAccurate", [&] { return player.gaplessAccurate; },
          [&](bool on) { player.gaplessAccurate = on; }},
+        {"checkBoxSampleExact", [&] { return player.gaplessSampleExact; },
+         [&](bool on) { player.gaplessSampleExact = on; }},
         {"checkBoxLoadLastPlayList", [&] { return list.keepTempFiles(); },
          [&](bool on) { list.setKeepTempFiles(on); }},
     };
