@@ -11,6 +11,12 @@
 // audible end; for a stream, unknown (never reached). On later plays it is the length stored in
 // the entry by the previous start: the full length, or the unknown-length limit for streams.
 //
+// Sample-exact mode (options.sampleExact): nothing is measured or trimmed; queueNext loads the
+// next entry into the other slot and queues it on the mixer timeline, so it starts on the
+// sample after the current song's last one. A song of known length then ends only when its
+// channel does (a position in ms can read as the length a few ms early), and the tick reports
+// the change to the queued song as `advanced` instead of `ended`.
+//
 // Threading: GUI thread only (it drives the SoundEngine).
 
 #include "SoundEngine.h"
@@ -33,6 +39,7 @@ struct SequencerOptions {
     int cutoff = 0;                   // silence threshold for the measurement (see SoundEngine)
     bool unknownLimit = false;        // give songs of unknown length a length of ...
     uint32_t unknownLimitSeconds = 0; // ... this many seconds (stored in the entry)
+    bool sampleExact = false;         // join songs sample to sample (overrides gapless)
 };
 
 class PlaybackSequencer {
@@ -47,7 +54,8 @@ public:
 
     // The slot of the current song, 0 or 1 (0 before the first start).
     int slot() const { return slot_; }
-    // The end length (ms) the tick compares the position with; UnknownLengthMs if none.
+    // The end length (ms) of the current song: what the tick compares the position with (in
+    // sample-exact mode only for songs of unknown length); UnknownLengthMs if none.
     uint32_t endMs() const { return endMs_; }
     // True between a start() and stop().
     bool active() const { return active_; }
@@ -64,9 +72,17 @@ public:
     // the channel is positioned at the entry's start offset and unpaused. After a failed load the
     // next tick reports the end (the channel does not play), so the caller moves on.
     StartResult start(SequencedEntry& entry, bool paused = false);
+    // Sample-exact mode, after start() or an advance: loads `entry` into the other slot and
+    // queues it to follow the current song, filling in the entry as start() does (start offset
+    // 0). Returns loaded false when sample-exact is off, nothing plays, a song is already
+    // queued, or the entry cannot be loaded or queued; the current song then ends as usual.
+    StartResult queueNext(SequencedEntry& entry);
+    // True while a queued song waits for the current one to end.
+    bool hasQueued() const { return queued_; }
 
     struct Tick {
-        bool ended = false;
+        bool ended = false;    // the current song ended and nothing follows it: start the next
+        bool advanced = false; // the queued song has taken over; it is now the current one
         unsigned positionMs = 0;
     };
     // One timer tick: reads the current channel's position and state, and logs what a stream
@@ -78,11 +94,22 @@ public:
     void stop();
 
 private:
+    // Fills in a freshly loaded entry (length, format name, start offset) and returns the end
+    // length for the ticks; sets result->seekable, and *byChannel when only the channel's own
+    // end counts (sample-exact, known length).
+    uint32_t adoptLoaded(SequencedEntry& entry, int slot, int end, const std::string& typeName,
+                         StartResult* result, bool* byChannel);
+
     SoundEngine& engine_;
     SequencerOptions options_;
     int slot_ = 0;
     uint32_t endMs_ = UnknownLengthMs;
+    bool endByChannel_ = false; // the position does not end the song, only the channel's end
     bool active_ = false;
     std::string path_; // of the current song, for the stream log
     StreamLog streamLog_;
+    bool queued_ = false; // a song waits in the other slot, queued after the current one
+    uint32_t queuedEndMs_ = UnknownLengthMs;
+    bool queuedEndByChannel_ = false;
+    std::string queuedPath_;
 };

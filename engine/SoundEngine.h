@@ -102,6 +102,12 @@ public:
     int lastStartMs() const { return lastStart; }
     // Unpauses the slot's channel (slot 1: channelA, else channelB). Always returns true.
     bool startSlot(int slot);
+    // Sample-exact playing: replaces the paused channel loadSong left in `slot` by one queued
+    // to start, from the song's start, on the output frame after the last one of
+    // `currentSlot`'s channel (System::playSoundAfter). Returns true when queued; false (and
+    // the failure logged) when the slot holds no sound, the current channel has ended or no
+    // channel is free.
+    bool queueSlotAfter(int slot, int currentSlot);
     // Stops both channels and releases both slots' sounds.
     void stopAll();
     // The gzip trailer's uncompressed size of the file, 0 if it cannot be opened.

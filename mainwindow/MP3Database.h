@@ -24,6 +24,7 @@ class LevelMeter;
 class PlayList;
 class SoundEngine;
 class PlaybackSequencer;
+struct SequencedEntry;
 
 namespace Ui {
 class MP3DatabaseClass;
@@ -49,7 +50,7 @@ public:
     bool gaplessEnabled = false;
     bool gaplessAccurate = false;
     int gaplessCutoff = 10;
-    bool gaplessPreload = false; // stored and shown only; no playback code reads it
+    bool gaplessPreload = false;     // stored and shown only; no playback code reads it
     bool gaplessSampleExact = false; // songs join sample to sample; no silence is trimmed
     QString lastUrlOpened = "http://";
 
@@ -121,6 +122,12 @@ public:
 private:
     audio::Channel channel() const; // the current slot's channel (a stale handle is harmless)
     void startCurrentEntry();
+    // After a song started or took over: the window's entry, row, slider, labels and subsongs.
+    void showStartedEntry(const SequencedEntry& song, bool seekable);
+    // Sample-exact: queues the entry after the current one on the current song's timeline.
+    void queueFollowingEntry();
+    // Sample-exact: the queued song has taken over; it becomes the current entry.
+    void adoptQueuedEntry();
     void stopPlayback();
     void refreshInfoLabels();
     void updateTimeLabel(std::uint32_t positionMs);
@@ -146,7 +153,8 @@ private:
     bool paused_ = false;
     bool soundLoaded_ = false;
     bool timeDisplayElapsed_ = true;
-    bool preloaded_ = false; // never set: every start loads its song
+    bool preloaded_ = false;      // never set: every start loads its song
+    bool queuedSeekable_ = false; // the queued song's slider may seek once it takes over
     bool shutDown_ = false;
 
     // Dragging the frameless window by its top bar.

@@ -212,14 +212,23 @@ void MP3Database::startCurrentEntry() {
     noSound_ = false;
     PlaylistEntry entry = model.entry(currentSound);
     SequencedEntry song{entry.path, entry.startOffsetMs, entry.lengthMs, entry.formatName};
-    sequencer_->setOptions({gaplessAccurate, gaplessEnabled, gaplessCutoff, unknownLengthEnabled,
-                            static_cast<std::uint32_t>(unknownLengthSeconds)});
+    SequencerOptions options{gaplessAccurate, gaplessEnabled, gaplessCutoff, unknownLengthEnabled,
+                             static_cast<std::uint32_t>(unknownLengthSeconds)};
+    options.sampleExact = gaplessSampleExact;
+    sequencer_->setOptions(options);
     const PlaybackSequencer::StartResult started = sequencer_->start(song, paused_);
     levelMeter_->setSlot(sequencer_->slot());
     if (!started.loaded) {
         playList_->markUnplayable(currentSound);
         return;
     }
+    showStartedEntry(song, started.seekable);
+    queueFollowingEntry();
+}
+
+void MP3Database::showStartedEntry(const SequencedEntry& song, bool seekable) {
+    PlaylistModel& model = playList_->model();
+    PlaylistEntry entry = model.entry(currentSound);
     // The window's copy keeps the end the tick moves on at; the playlist's entry keeps the
     // length for later plays (the full length, or the unknown-length limit).
     entry.formatName = song.formatName;
@@ -232,7 +241,7 @@ void MP3Database::startCurrentEntry() {
     // setRange, not setMaximum: an unknown length (-1 as int) would pull the minimum down to -1
     // for every later song, and a release there would seek to the unknown position.
     ui->sliderProgress->setRange(0, static_cast<int>(song.lengthMs));
-    ui->sliderProgress->setEnabled(started.seekable);
+    ui->sliderProgress->setEnabled(seekable);
 
     if (!paused_) {
         on_sliderBalance_valueChanged(ui->sliderBalance->value());
@@ -256,6 +265,44 @@ void MP3Database::startCurrentEntry() {
     refreshInfoLabels();
 }
 
+void MP3Database::queueFollowingEntry() {
+    PlaylistModel& model = playList_->model();
+    const int next = currentSound + 1;
+    if (!gaplessSampleExact || next >= model.count()) {
+        return;
+    }
+    PlaylistEntry entry = model.entry(next);
+    SequencedEntry song{entry.path, entry.startOffsetMs, entry.lengthMs, entry.formatName};
+    const PlaybackSequencer::StartResult queued = sequencer_->queueNext(song);
+    if (!queued.loaded) {
+        return; // the song change loads it the usual way (and marks it if it fails again)
+    }
+    entry.formatName = song.formatName;
+    entry.startOffsetMs = song.startOffsetMs;
+    entry.lengthMs = song.lengthMs;
+    model.setEntry(next, entry);
+    queuedSeekable_ = queued.seekable;
+    // Balance and pitch apply from the queued song's first sample.
+    const int queuedSlot = (sequencer_->slot() + 1) % 2;
+    audio::Channel follower = engine_->getChannel(queuedSlot);
+    follower.setPan(static_cast<float>(ui->sliderBalance->value() / 100.0));
+    follower.setFrequency(static_cast<float>(engine_->getBaseFrequency(queuedSlot) *
+                                             (ui->sliderPitch->value() / 100.0)));
+}
+
+void MP3Database::adoptQueuedEntry() {
+    markRow(currentSound, false);
+    ++currentSound;
+    markRow(currentSound, true);
+    currentSubsong_ = 0;
+    levelMeter_->setSlot(sequencer_->slot());
+    // queueFollowingEntry stored what the queued start found in the playlist's entry.
+    const PlaylistEntry entry = playList_->model().entry(currentSound);
+    const SequencedEntry song{entry.path, entry.startOffsetMs, entry.lengthMs, entry.formatName};
+    showStartedEntry(song, queuedSeekable_);
+    queueFollowingEntry();
+}
+
 // ---- the 20 ms tick ----
 
 void MP3Database::timerProgress() {
@@ -263,6 +310,9 @@ void MP3Database::timerProgress() {
         return;
     }
     const PlaybackSequencer::Tick tick = sequencer_->tick();
+    if (tick.advanced && currentSound + 1 < playList_->model().count()) {
+        adoptQueuedEntry();
+    }
     if (tick.ended) {
         if (currentSound >= playList_->model().count() - 1) {
             on_buttonStop_clicked();
