@@ -3,16 +3,21 @@
 // It knows nothing of Qt. Every operation answers with a Result (see Result.h).
 //
 // Threading: one thread (the GUI thread) owns a System and everything made from it and makes
-// every call below; none of them is thread-safe against another call on the same System. The
-// library runs its own threads internally: the output's real-time callback (mixing only) and one
-// decode worker per playing channel. With the `offline` output there is no output thread and the
-// caller drives the mixer through System::mix. errorString and parseOutputSpec may be called
-// from any thread.
+// every call below; none of them is thread-safe against another call on the same System, with
+// one exception: one other thread (a song loader) may call createSound while the owner uses the
+// System, and may call readData, seekData, getLength, getType, getFormatName and release on the
+// sounds it made as long as they do not play; it hands a sound over to the owner before the
+// owner plays it. init, close and release of the System must not overlap such a createSound.
+// The library runs its own threads internally: the output's real-time callback (mixing only)
+// and one decode worker per playing channel. With the `offline` output there is no output
+// thread and the caller drives the mixer through System::mix. errorString and parseOutputSpec
+// may be called from any thread.
 
 #include "Result.h"
 #include "SoundType.h"
 #include "StreamStatus.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -93,6 +98,9 @@ struct CreateSoundInfo {
     size_t length = 0;           // OpenMemory: the block's size in bytes (the block is copied)
     int connectTimeoutMs = 5000; // URLs: connect and first answer, 1..600000
     int readTimeoutMs = 5000;    // URLs: longest wait for more data while playing
+    // Set: the open gives up (some failure result) soon after it turns true, so another thread
+    // can abandon a slow connect. The sound made keeps a reference; null: never cancelled.
+    std::shared_ptr<const std::atomic<bool>> cancel;
 };
 
 // A handle to one playing sound. Copyable and cheap; it goes stale when the channel is stopped,

@@ -10,16 +10,14 @@
 
 namespace audio::detail {
 
-SystemCore::SystemCore() : master_(this) {}
+// The registry exists from the start, so that a loader thread's createSound only reads it.
+SystemCore::SystemCore() : plugins_(std::make_unique<PluginRegistry>()), master_(this) {}
 
 SystemCore::~SystemCore() {
     close();
 }
 
 PluginRegistry& SystemCore::plugins() {
-    if (!plugins_) {
-        plugins_ = std::make_unique<PluginRegistry>();
-    }
     return *plugins_;
 }
 
@@ -98,7 +96,12 @@ Result SystemCore::close() {
         output_.reset();
     }
     pool_->shutdown();
-    for (Sound* sound : std::vector<Sound*>(sounds_.begin(), sounds_.end())) {
+    std::vector<Sound*> left;
+    {
+        std::lock_guard lock(soundsMutex_);
+        left.assign(sounds_.begin(), sounds_.end());
+    }
+    for (Sound* sound : left) {
         sound->release();
     }
     pool_.reset(); // outstanding Channel handles expire here
@@ -117,6 +120,7 @@ Result SystemCore::createSound(std::unique_ptr<Decoder> decoder, Mode mode, Soun
         return made;
     }
     *sound = new Sound(std::move(impl));
+    std::lock_guard lock(soundsMutex_);
     sounds_.insert(*sound);
     return Result::Ok;
 }
@@ -125,7 +129,13 @@ void SystemCore::forgetSound(Sound* sound) {
     for (Channel& channel : sound->impl().channels()) {
         channel.stop();
     }
+    std::lock_guard lock(soundsMutex_);
     sounds_.erase(sound);
+}
+
+bool SystemCore::owns(Sound* sound) {
+    std::lock_guard lock(soundsMutex_);
+    return sounds_.count(sound) != 0;
 }
 
 Result SystemCore::playSound(Sound* sound, bool paused, Channel* channel) {
@@ -163,7 +173,7 @@ Result SystemCore::startChannel(Sound* sound, bool paused, const Queue* after, C
     if (!initialised()) {
         return Result::NotReady;
     }
-    if (sound == nullptr || sounds_.count(sound) == 0) {
+    if (sound == nullptr || !owns(sound)) {
         return Result::InvalidHandle;
     }
     Sound::Impl& impl = sound->impl();

@@ -32,6 +32,7 @@ Result System::createSound(const char* pathOrData, Mode mode, const CreateSoundI
         }
         source.network.connectTimeoutMs = info->connectTimeoutMs;
         source.network.readTimeoutMs = info->readTimeoutMs;
+        source.cancel = info->cancel;
     }
     if (hasMode(mode, Mode::OpenMemory)) {
         if (info == nullptr || info->length == 0) {

@@ -1,5 +1,6 @@
 // The player window's transport: play, pause, stop, next and previous song and subsong,
-// seeking, volume, pitch and balance, the 20 ms progress tick and the info labels.
+// seeking, volume, pitch and balance, the 20 ms progress tick and the info labels. Starting an
+// entry is in MP3DatabaseLoading.cpp.
 #include "LevelMeter.h"
 #include "MP3Database.h"
 #include "PlayList.h"
@@ -9,13 +10,6 @@
 
 #include <QDebug>
 #include <QFile>
-
-namespace {
-
-// Subsong counts above this are not believed (a broken file); such a sound counts as one song.
-constexpr unsigned MaxSubsongs = 256;
-
-} // namespace
 
 // ---- sliders ----
 
@@ -204,105 +198,6 @@ void MP3Database::on_buttonStop_clicked() {
     }
 }
 
-void MP3Database::startCurrentEntry() {
-    PlaylistModel& model = playList_->model();
-    if (currentSound < 0 || currentSound >= model.count()) {
-        return;
-    }
-    noSound_ = false;
-    PlaylistEntry entry = model.entry(currentSound);
-    SequencedEntry song{entry.path, entry.startOffsetMs, entry.lengthMs, entry.formatName};
-    SequencerOptions options{gaplessAccurate, gaplessEnabled, gaplessCutoff, unknownLengthEnabled,
-                             static_cast<std::uint32_t>(unknownLengthSeconds)};
-    options.sampleExact = gaplessSampleExact;
-    sequencer_->setOptions(options);
-    const PlaybackSequencer::StartResult started = sequencer_->start(song, paused_);
-    levelMeter_->setSlot(sequencer_->slot());
-    if (!started.loaded) {
-        playList_->markUnplayable(currentSound);
-        return;
-    }
-    showStartedEntry(song, started.seekable);
-    queueFollowingEntry();
-}
-
-void MP3Database::showStartedEntry(const SequencedEntry& song, bool seekable) {
-    PlaylistModel& model = playList_->model();
-    PlaylistEntry entry = model.entry(currentSound);
-    // The window's copy keeps the end the tick moves on at; the playlist's entry keeps the
-    // length for later plays (the full length, or the unknown-length limit).
-    entry.formatName = song.formatName;
-    entry.startOffsetMs = song.startOffsetMs;
-    entry.lengthMs = song.lengthMs;
-    currentEntry_ = entry;
-    currentEntry_.lengthMs = sequencer_->endMs();
-    soundLoaded_ = true;
-    preloaded_ = false;
-    // setRange, not setMaximum: an unknown length (-1 as int) would pull the minimum down to -1
-    // for every later song, and a release there would seek to the unknown position.
-    ui->sliderProgress->setRange(0, static_cast<int>(song.lengthMs));
-    ui->sliderProgress->setEnabled(seekable);
-
-    if (!paused_) {
-        on_sliderBalance_valueChanged(ui->sliderBalance->value());
-        on_sliderPitch_valueChanged(ui->sliderPitch->value());
-    }
-
-    unsigned count = 1;
-    audio::Sound* sound = engine_->getSound(sequencer_->slot());
-    if (!sound || sound->getLength(&count, audio::TimeUnit::SubsongCount) != audio::Result::Ok ||
-        count == 0 || count > MaxSubsongs) {
-        count = 1;
-    }
-    subsongCount_ = static_cast<int>(count);
-    entry.subsongCount = count;
-    currentEntry_.subsongCount = count;
-    model.setEntry(currentSound, entry);
-    if (count > 1) {
-        channel().setPosition(static_cast<unsigned>(currentSubsong_),
-                              audio::TimeUnit::SubsongCount);
-    }
-    refreshInfoLabels();
-}
-
-void MP3Database::queueFollowingEntry() {
-    PlaylistModel& model = playList_->model();
-    const int next = currentSound + 1;
-    if (!gaplessSampleExact || next >= model.count()) {
-        return;
-    }
-    PlaylistEntry entry = model.entry(next);
-    SequencedEntry song{entry.path, entry.startOffsetMs, entry.lengthMs, entry.formatName};
-    const PlaybackSequencer::StartResult queued = sequencer_->queueNext(song);
-    if (!queued.loaded) {
-        return; // the song change loads it the usual way (and marks it if it fails again)
-    }
-    entry.formatName = song.formatName;
-    entry.startOffsetMs = song.startOffsetMs;
-    entry.lengthMs = song.lengthMs;
-    model.setEntry(next, entry);
-    queuedSeekable_ = queued.seekable;
-    // Balance and pitch apply from the queued song's first sample.
-    const int queuedSlot = (sequencer_->slot() + 1) % 2;
-    audio::Channel follower = engine_->getChannel(queuedSlot);
-    follower.setPan(static_cast<float>(ui->sliderBalance->value() / 100.0));
-    follower.setFrequency(static_cast<float>(engine_->getBaseFrequency(queuedSlot) *
-                                             (ui->sliderPitch->value() / 100.0)));
-}
-
-void MP3Database::adoptQueuedEntry() {
-    markRow(currentSound, false);
-    ++currentSound;
-    markRow(currentSound, true);
-    currentSubsong_ = 0;
-    levelMeter_->setSlot(sequencer_->slot());
-    // queueFollowingEntry stored what the queued start found in the playlist's entry.
-    const PlaylistEntry entry = playList_->model().entry(currentSound);
-    const SequencedEntry song{entry.path, entry.startOffsetMs, entry.lengthMs, entry.formatName};
-    showStartedEntry(song, queuedSeekable_);
-    queueFollowingEntry();
-}
-
 // ---- the 20 ms tick ----
 
 void MP3Database::timerProgress() {
@@ -310,8 +205,9 @@ void MP3Database::timerProgress() {
         return;
     }
     const PlaybackSequencer::Tick tick = sequencer_->tick();
-    if (tick.advanced && currentSound + 1 < playList_->model().count()) {
-        adoptQueuedEntry();
+    if (tick.loading) {
+        levelMeter_->update(); // nothing plays; the meter falls back and housekeeping goes on
+        return;
     }
     if (tick.ended) {
         if (currentSound >= playList_->model().count() - 1) {

@@ -13,6 +13,7 @@
 #include "SoundType.h"
 #include "StreamStatus.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -88,6 +89,9 @@ struct DecoderSource {
     std::shared_ptr<const std::vector<uint8_t>> memory; // set: decode this block, not the path
     bool accurateTime = false; // exact length and sample-accurate seeking (scans VBR at open)
     NetworkOptions network;
+    // Set: while it is true, blocked FFmpeg calls (a connect, a read) return at once, so another
+    // thread can abandon an open. Shared, because the opened decoder keeps looking at it.
+    std::shared_ptr<const std::atomic<bool>> cancel;
 };
 
 // Picks the decoder for `source`: plug-ins first (those that claim the data), then libopenmpt

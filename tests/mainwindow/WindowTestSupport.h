@@ -53,8 +53,11 @@ protected:
     void closePlayer(); // saves settings and the last playlist, as at exit
     MP3Database& player() { return *player_; }
 
-    // Mixes `ms` milliseconds in 20 ms steps, calling the window's tick after each step.
+    // Mixes `ms` milliseconds in 20 ms steps, calling the window's tick after each step; a song
+    // that is loading is waited for first (songs load on the player's loader thread).
     void play(unsigned ms);
+    // Runs the event loop until the song being started is in place or has failed.
+    void waitForSong();
 
     // A 16-bit stereo WAV of `ms` milliseconds of a sine tone at `rate` Hz, in the private
     // folder.

@@ -56,10 +56,10 @@ int render(SoundEngine& engine, const RenderOptions& options, audio::WavWriter& 
     int failures = 0;
     size_t ticks = 0;
     // As the player window: with sample-exact on, the entry after the current one is queued
-    // right after each song change, and a tick that reports `advanced` is a song change.
+    // behind it once it has started; its start then adopts the channel that already plays.
     const auto queueFollowing = [&](size_t current) {
         if (current + 1 < order.size()) {
-            sequencer.queueNext(*order[current + 1]);
+            sequencer.queueNext(order[current + 1]->path);
         }
     };
     for (size_t at = 0; at < order.size(); ++at) {
@@ -85,11 +85,7 @@ int render(SoundEngine& engine, const RenderOptions& options, audio::WavWriter& 
                 return failures;
             }
             engine.getSystem()->update(); // the level meter's job in the player
-            const PlaybackSequencer::Tick tick = sequencer.tick();
-            if (tick.advanced) {
-                queueFollowing(++at);
-            }
-            ended = tick.ended;
+            ended = sequencer.tick().ended;
         }
     }
     sequencer.stop();
