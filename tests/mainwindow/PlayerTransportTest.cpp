@@ -340,5 +340,32 @@ TEST_F(PlayerTransport, PitchAndBalanceCarryIntoTheNextSongsAndNextResumesFromPa
     EXPECT_NEAR(progress()->value(), 150, 40) << "at one and a half times the speed";
 }
 
+TEST_F(PlayerTransport, SampleExactQueuesTheNextSongBehindThePlayingOne) {
+    MP3Database& window = playerWithTones(3, 300);
+    window.gaplessEnabled = true; // measures nothing while sample-exact is on
+    window.gaplessSampleExact = true;
+    window.on_buttonPlay_clicked();
+    waitForSong();
+    const auto channels = [&window] {
+        int playing = 0;
+        for (int slot : {0, 1}) {
+            bool plays = false;
+            bool paused = true;
+            window.engine().getChannel(slot).isPlaying(&plays);
+            window.engine().getChannel(slot).getPaused(&paused);
+            playing += plays && !paused ? 1 : 0;
+        }
+        return playing;
+    };
+    // Prepared on the loader thread, then queued (unpaused) behind the first song.
+    EXPECT_TRUE(QTest::qWaitFor([&] { return channels() == 2; }, 5000));
+    play(300);
+    EXPECT_EQ(window.currentSound, 1);
+    EXPECT_EQ(window.playList().model().entry(0).startOffsetMs, 0u);
+    play(700);
+    EXPECT_TRUE(window.isNoSound()) << "the end of the last song stops";
+    EXPECT_EQ(window.currentSound, 2);
+}
+
 } // namespace
 } // namespace windowtest
