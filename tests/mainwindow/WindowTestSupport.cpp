@@ -92,6 +92,7 @@ MP3Database& WindowTest::openPlayer(const QStringList& arguments) {
     }
     argv.push_back(nullptr);
     player_ = std::make_unique<MP3Database>(static_cast<int>(storage.size()), argv.data());
+    waitForSong(); // the first of the arguments starts playing
     return *player_;
 }
 

@@ -47,8 +47,9 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    // A new player window with `arguments` (files and folders) on the offline output. Any window
-    // made before is closed first (so its settings are saved as at a normal exit).
+    // A new player window with `arguments` (files and folders) on the offline output, its first
+    // song in place. Any window made before is closed first (so its settings are saved as at a
+    // normal exit).
     MP3Database& openPlayer(const QStringList& arguments = {});
     void closePlayer(); // saves settings and the last playlist, as at exit
     MP3Database& player() { return *player_; }
