@@ -30,6 +30,14 @@ std::string folder() {
     return path;
 }
 
+// Removes the folder once every test has run.
+class RemoveFolder : public ::testing::Environment {
+public:
+    void TearDown() override { sh("rm -rf " + folder()); }
+};
+[[maybe_unused]] const ::testing::Environment* const removeFolder =
+    ::testing::AddGlobalTestEnvironment(new RemoveFolder);
+
 // The two pieces, at 44.1 and 48 kHz (Opus codes 48 kHz only, so that case needs no resampler).
 std::string piece(const std::string& name, int rate) {
     const std::string path = folder() + "/" + name + "-" + std::to_string(rate) + ".wav";
