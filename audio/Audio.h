@@ -3,16 +3,21 @@
 // It knows nothing of Qt. Every operation answers with a Result (see Result.h).
 //
 // Threading: one thread (the GUI thread) owns a System and everything made from it and makes
-// every call below; none of them is thread-safe against another call on the same System. The
-// library runs its own threads internally: the output's real-time callback (mixing only) and one
-// decode worker per playing channel. With the `offline` output there is no output thread and the
-// caller drives the mixer through System::mix. errorString and parseOutputSpec may be called
-// from any thread.
+// every call below; none of them is thread-safe against another call on the same System, with
+// one exception: one other thread (a song loader) may call createSound while the owner uses the
+// System, and may call readData, seekData, getLength, getType, getFormatName and release on the
+// sounds it made as long as they do not play; it hands a sound over to the owner before the
+// owner plays it. init, close and release of the System must not overlap such a createSound.
+// The library runs its own threads internally: the output's real-time callback (mixing only)
+// and one decode worker per playing channel. With the `offline` output there is no output
+// thread and the caller drives the mixer through System::mix. errorString and parseOutputSpec
+// may be called from any thread.
 
 #include "Result.h"
 #include "SoundType.h"
 #include "StreamStatus.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -99,6 +104,9 @@ struct CreateSoundInfo {
     // be above rangeStartMs (else InvalidParameter). Both 0 (default): the whole source.
     unsigned rangeStartMs = 0;
     unsigned rangeEndMs = 0;
+    // Set: the open gives up (some failure result) soon after it turns true, so another thread
+    // can abandon a slow connect. The sound made keeps a reference; null: never cancelled.
+    std::shared_ptr<const std::atomic<bool>> cancel;
 };
 
 // A handle to one playing sound. Copyable and cheap; it goes stale when the channel is stopped,
@@ -226,6 +234,18 @@ public:
     // Plays `sound` on a free channel, from its start. A stream plays on one channel at a time:
     // playing it again stops its earlier channel. Returns Ok, NoFreeChannel, InvalidHandle.
     Result playSound(Sound* sound, bool paused, Channel* channel);
+    // Queues `next` on a free channel that starts, from its start, at the output frame right
+    // after `current`'s last frame, within the same mixer callback: no gap and no overlap, each
+    // channel resampled to the output rate on its own when the rates differ. Until then the
+    // new channel is playing (isPlaying true), unpaused, at position 0; it reports its own
+    // position from its start and takes setPaused, setFrequency, setPan and setPosition like any
+    // channel. Stopping `current` before its end stops the queued channel too; once started it
+    // is a channel of its own. A channel that is paused or stopped never reaches its end, so
+    // its successor does not start (a paused one hands over once it plays on to its end).
+    // Returns Ok, NoFreeChannel, InvalidHandle (a stale
+    // `current` or unknown sound), InvalidParameter (`current` already has a queued channel, or
+    // `next` is the stream `current` plays), NotReady before init.
+    Result playSoundAfter(Sound* next, Channel current, Channel* channel);
 
     // Offline output only: renders `frames` frames of interleaved stereo float into `out`
     // (2 * frames floats) synchronously, decoding on this thread as needed. NotReady otherwise.

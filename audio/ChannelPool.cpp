@@ -53,6 +53,8 @@ ChannelSlot* ChannelPool::acquire(uint32_t* index) {
                 *index = static_cast<uint32_t>(i);
                 slots_[i].inUse = true;
                 slots_[i].retired = false;
+                slots_[i].successor = -1;
+                slots_[i].predecessor = -1;
                 return &slots_[i];
             }
             retiring = retiring || slots_[i].retired;
@@ -64,10 +66,43 @@ ChannelSlot* ChannelPool::acquire(uint32_t* index) {
     }
 }
 
+void ChannelPool::link(ChannelSlot& current, uint32_t currentIndex, ChannelSlot& next,
+                       uint32_t nextIndex) {
+    current.successor = static_cast<int>(nextIndex);
+    next.predecessor = static_cast<int>(currentIndex);
+    current.voice->setSuccessor(next.voice.get());
+}
+
+bool ChannelPool::hasQueuedSuccessor(const ChannelSlot& slot) const {
+    return slot.successor >= 0 &&
+           slots_[static_cast<size_t>(slot.successor)].voice->state() == VoiceState::Queued;
+}
+
+void ChannelPool::unlink(ChannelSlot& slot) {
+    if (slot.predecessor >= 0) {
+        ChannelSlot& before = slots_[static_cast<size_t>(slot.predecessor)];
+        before.voice->setSuccessor(nullptr);
+        before.successor = -1;
+        slot.predecessor = -1;
+    }
+    if (slot.successor >= 0) {
+        slot.voice->setSuccessor(nullptr);
+        slots_[static_cast<size_t>(slot.successor)].predecessor = -1;
+        slot.successor = -1;
+    }
+}
+
 void ChannelPool::retire(ChannelSlot& slot) {
     if (!slot.inUse || slot.retired) {
         return;
     }
+    // The mixer starts a successor before its predecessor reads as Done, so a successor still
+    // Queued here was not started and never will be: it ends with this channel.
+    ChannelSlot* waiting =
+        hasQueuedSuccessor(slot) ? &slots_[static_cast<size_t>(slot.successor)] : nullptr;
+    // Unlinked before the stop request, so the mixer, once it sees the request, no longer
+    // finds this voice behind any predecessor.
+    unlink(slot);
     slot.retired = true;
     slot.sound = nullptr;
     ++slot.generation;
@@ -77,6 +112,9 @@ void ChannelPool::retire(ChannelSlot& slot) {
         slot.voice->markDone();
     }
     slot.feeder->stop();
+    if (waiting != nullptr) {
+        retire(*waiting);
+    }
 }
 
 void ChannelPool::retireAndJoin(ChannelSlot& slot) {

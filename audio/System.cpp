@@ -134,6 +134,10 @@ Result System::playSound(Sound* sound, bool paused, Channel* channel) {
     return core_->playSound(sound, paused, channel);
 }
 
+Result System::playSoundAfter(Sound* next, Channel current, Channel* channel) {
+    return core_->playSoundAfter(next, current, channel);
+}
+
 Result System::mix(size_t frames, float* out) {
     if (!core_->initialised() || !core_->offline()) {
         return Result::NotReady;

@@ -10,16 +10,14 @@
 
 namespace audio::detail {
 
-SystemCore::SystemCore() : master_(this) {}
+// The registry exists from the start, so that a loader thread's createSound only reads it.
+SystemCore::SystemCore() : plugins_(std::make_unique<PluginRegistry>()), master_(this) {}
 
 SystemCore::~SystemCore() {
     close();
 }
 
 PluginRegistry& SystemCore::plugins() {
-    if (!plugins_) {
-        plugins_ = std::make_unique<PluginRegistry>();
-    }
     return *plugins_;
 }
 
@@ -98,7 +96,12 @@ Result SystemCore::close() {
         output_.reset();
     }
     pool_->shutdown();
-    for (Sound* sound : std::vector<Sound*>(sounds_.begin(), sounds_.end())) {
+    std::vector<Sound*> left;
+    {
+        std::lock_guard lock(soundsMutex_);
+        left.assign(sounds_.begin(), sounds_.end());
+    }
+    for (Sound* sound : left) {
         sound->release();
     }
     pool_.reset(); // outstanding Channel handles expire here
@@ -117,6 +120,7 @@ Result SystemCore::createSound(std::unique_ptr<Decoder> decoder, Mode mode, Soun
         return made;
     }
     *sound = new Sound(std::move(impl));
+    std::lock_guard lock(soundsMutex_);
     sounds_.insert(*sound);
     return Result::Ok;
 }
@@ -125,17 +129,51 @@ void SystemCore::forgetSound(Sound* sound) {
     for (Channel& channel : sound->impl().channels()) {
         channel.stop();
     }
+    std::lock_guard lock(soundsMutex_);
     sounds_.erase(sound);
 }
 
+bool SystemCore::owns(Sound* sound) {
+    std::lock_guard lock(soundsMutex_);
+    return sounds_.count(sound) != 0;
+}
+
 Result SystemCore::playSound(Sound* sound, bool paused, Channel* channel) {
+    return startChannel(sound, paused, nullptr, channel);
+}
+
+Result SystemCore::playSoundAfter(Sound* next, const Channel& current, Channel* channel) {
     if (channel != nullptr) {
         *channel = Channel();
     }
     if (!initialised()) {
         return Result::NotReady;
     }
-    if (sound == nullptr || sounds_.count(sound) == 0) {
+    if (next == nullptr || sounds_.count(next) == 0 || current.pool_.lock() != pool_) {
+        return Result::InvalidHandle;
+    }
+    ChannelSlot* before = pool_->live(current.index_, current.generation_);
+    if (before == nullptr) {
+        return Result::InvalidHandle;
+    }
+    if (before->successor >= 0) {
+        return Result::InvalidParameter; // one queued channel per channel
+    }
+    if (before->sound == next && next->impl().isStream()) {
+        return Result::InvalidParameter; // a stream's one decoder cannot play twice at once
+    }
+    const Queue queue{before, current.index_, current.generation_};
+    return startChannel(next, false, &queue, channel);
+}
+
+Result SystemCore::startChannel(Sound* sound, bool paused, const Queue* after, Channel* channel) {
+    if (channel != nullptr) {
+        *channel = Channel();
+    }
+    if (!initialised()) {
+        return Result::NotReady;
+    }
+    if (sound == nullptr || !owns(sound)) {
         return Result::InvalidHandle;
     }
     Sound::Impl& impl = sound->impl();
@@ -160,6 +198,11 @@ Result SystemCore::playSound(Sound* sound, bool paused, Channel* channel) {
     if (slot == nullptr) {
         return Result::NoFreeChannel;
     }
+    // Finding a slot reclaims finished channels: the one to queue after may have ended by now.
+    if (after != nullptr && pool_->live(after->index, after->generation) == nullptr) {
+        slot->inUse = false;
+        return Result::InvalidHandle;
+    }
     slot->sound = sound;
     slot->epoch = 0;
     slot->sourceRate = impl.sampleRate();
@@ -167,7 +210,12 @@ Result SystemCore::playSound(Sound* sound, bool paused, Channel* channel) {
     // Two blocks decoded here let the first callback play at once; more would keep the GUI
     // waiting on a slow network stream.
     slot->feeder->start(impl.playbackSource(), offline_ ? 0 : 2, !offline_);
-    slot->voice->start(paused);
+    if (after != nullptr) {
+        slot->voice->queue();
+        pool_->link(*after->slot, after->index, *slot, index);
+    } else {
+        slot->voice->start(paused);
+    }
     Channel handle(pool_, index, slot->generation);
     channels.push_back(handle);
     if (channel != nullptr) {

@@ -34,6 +34,7 @@ Result System::createSound(const char* pathOrData, Mode mode, const CreateSoundI
         source.network.readTimeoutMs = info->readTimeoutMs;
         source.rangeStartMs = info->rangeStartMs;
         source.rangeEndMs = info->rangeEndMs;
+        source.cancel = info->cancel;
     }
     if (hasMode(mode, Mode::OpenMemory)) {
         if (info == nullptr || info->length == 0) {

@@ -48,7 +48,7 @@ unsigned readStart(audio::Sound* sound, ScanBuffer& buffer, audio::Result* resul
 
 } // namespace
 
-int SoundEngine::findSoundStart(audio::Sound* sound, int threshold) {
+int SoundEngine::findSoundStart(audio::Sound* sound, int threshold) const {
     ScanBuffer buffer(MeasureBufferBytes, 0);
     audio::Result ignored = audio::Result::Ok;
     const unsigned read = readStart(sound, buffer, &ignored);
@@ -69,6 +69,10 @@ int SoundEngine::findSoundStart(audio::Sound* sound, int threshold) {
 }
 
 int SoundEngine::findSoundEnd(audio::Sound* sound, int threshold) {
+    return measureEnd(sound, threshold, &lastResult);
+}
+
+int SoundEngine::measureEnd(audio::Sound* sound, int threshold, audio::Result* result) const {
     unsigned lengthMs = 0;
     if (sound != nullptr) {
         sound->getLength(&lengthMs, audio::TimeUnit::Ms);
@@ -86,12 +90,12 @@ int SoundEngine::findSoundEnd(audio::Sound* sound, int threshold) {
     }
     // Unsigned on purpose: a song shorter than the read count wraps, the seek fails and is
     // logged, and the scan then sees what the read still delivers.
-    lastResult = sound != nullptr ? sound->seekData(lengthPcm - MeasureReadBytes)
-                                  : audio::Result::InvalidHandle;
-    checkResult(lastResult, "");
-    lastResult = audio::Result::InvalidHandle;
-    const unsigned read = readStart(sound, buffer, &lastResult);
-    checkResult(lastResult, "");
+    *result = sound != nullptr ? sound->seekData(lengthPcm - MeasureReadBytes)
+                               : audio::Result::InvalidHandle;
+    checkResult(*result, "");
+    *result = audio::Result::InvalidHandle;
+    const unsigned read = readStart(sound, buffer, result);
+    checkResult(*result, "");
 
     int counter = static_cast<int>(read);
     while (counter > 0 && 4 * counter - 12 >= 0) {
@@ -127,41 +131,46 @@ constexpr audio::Mode MeasureMemoryMode = MeasurePathMode | audio::Mode::OpenMem
 
 } // namespace
 
-audio::Sound* SoundEngine::openMeasureSound(const std::string& path, const SongRange& range) {
+audio::Sound* SoundEngine::openMeasureSound(const std::string& path, const SongRange& range,
+                                            audio::Result* result) const {
     audio::Sound* sound = nullptr;
     audio::CreateSoundInfo info;
     info.rangeStartMs = range.startMs;
     info.rangeEndMs = range.endMs;
-    lastResult = system->createSound(path.c_str(), MeasurePathMode, &info, &sound);
-    checkResult(lastResult, "");
+    *result = system->createSound(path.c_str(), MeasurePathMode, &info, &sound);
+    checkResult(*result, "");
     return sound;
 }
 
-audio::Sound* SoundEngine::openMeasureSound(const void* data, const audio::CreateSoundInfo& info) {
+audio::Sound* SoundEngine::openMeasureSound(const void* data, const audio::CreateSoundInfo& info,
+                                            audio::Result* result) const {
     audio::Sound* sound = nullptr;
     audio::CreateSoundInfo copy = info;
-    lastResult =
-        system->createSound(static_cast<const char*>(data), MeasureMemoryMode, &copy, &sound);
-    checkResult(lastResult, "");
+    *result = system->createSound(static_cast<const char*>(data), MeasureMemoryMode, &copy, &sound);
+    checkResult(*result, "");
     return sound;
 }
 
 int SoundEngine::findSoundStartFromPath(const std::string& path, int threshold,
-                                        const SongRange& range) {
-    return findSoundStart(openMeasureSound(path, range), threshold);
+                                        const SongRange& range) const {
+    audio::Result ignored = audio::Result::Ok;
+    return findSoundStart(openMeasureSound(path, range, &ignored), threshold);
 }
 
 int SoundEngine::findSoundStartFromMemory(const void* data, const audio::CreateSoundInfo& info,
-                                          int threshold) {
-    return findSoundStart(openMeasureSound(data, info), threshold);
+                                          int threshold) const {
+    audio::Result ignored = audio::Result::Ok;
+    return findSoundStart(openMeasureSound(data, info, &ignored), threshold);
 }
 
 int SoundEngine::findSoundEndFromPath(const std::string& path, int threshold,
-                                      const SongRange& range) {
-    return findSoundEnd(openMeasureSound(path, range), threshold);
+                                      const SongRange& range) const {
+    audio::Result ignored = audio::Result::Ok;
+    return measureEnd(openMeasureSound(path, range, &ignored), threshold, &ignored);
 }
 
 int SoundEngine::findSoundEndFromMemory(const void* data, const audio::CreateSoundInfo& info,
-                                        int threshold) {
-    return findSoundEnd(openMeasureSound(data, info), threshold);
+                                        int threshold) const {
+    audio::Result ignored = audio::Result::Ok;
+    return measureEnd(openMeasureSound(data, info, &ignored), threshold, &ignored);
 }

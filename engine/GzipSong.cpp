@@ -60,7 +60,7 @@ uint32_t gzipTrailerSize(const std::string& path) {
            uint32_t{bytes[3]} << 24;
 }
 
-GzipUnpacked unpackGzipSong(const std::string& path) {
+GzipUnpacked unpackGzipSong(const std::string& path, const std::atomic<bool>* cancel) {
     GzipUnpacked result;
     result.claimedBytes = gzipTrailerSize(path);
     if (result.claimedBytes > MaxGzipSongBytes) {
@@ -81,6 +81,11 @@ GzipUnpacked unpackGzipSong(const std::string& path) {
     size_t total = 0;
     bool failed = false;
     for (;;) {
+        if (cancel != nullptr && cancel->load()) {
+            result.status = GzipUnpacked::Status::Cancelled;
+            result.data = {};
+            return result;
+        }
         const size_t chunk = std::min<size_t>(size_t{MaxGzipSongBytes} + 1 - total, ReadChunk);
         result.data.resize(total + chunk);
         const int n = gzread(gz.get(), result.data.data() + total, static_cast<unsigned>(chunk));

@@ -4,6 +4,7 @@
 //
 // Threading: plain functions on files; any thread, no shared state.
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -29,6 +30,7 @@ struct GzipUnpacked {
                     // or the members together unpack to more
         Unreadable, // zlib could not open the file
         Damaged,    // truncated or corrupt data, or a trailer that does not match it
+        Cancelled,  // the caller's cancel flag turned true; nothing is kept
     };
     Status status = Status::Unreadable;
     uint32_t claimedBytes = 0; // the trailer's size (of the last member only)
@@ -37,7 +39,8 @@ struct GzipUnpacked {
 };
 
 // Unpacks the whole file, every member in turn, into memory; at most MaxGzipSongBytes, and
-// memory grows with the data actually unpacked. zlib checks each member's trailer.
-GzipUnpacked unpackGzipSong(const std::string& path);
+// memory grows with the data actually unpacked. zlib checks each member's trailer. `cancel`
+// (may be null) is looked at between chunks, so another thread can end a long unpack.
+GzipUnpacked unpackGzipSong(const std::string& path, const std::atomic<bool>* cancel = nullptr);
 
 } // namespace engine_detail

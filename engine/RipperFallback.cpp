@@ -74,7 +74,7 @@ std::string defaultRipperPath() {
 }
 
 RipOutcome ripModule(const std::string& ripper, const std::string& songPath,
-                     std::chrono::milliseconds timeout) {
+                     std::chrono::milliseconds timeout, const std::atomic<bool>* cancel) {
     RipOutcome outcome;
     const ScratchFolder scratch;
     if (!scratch.made()) {
@@ -83,7 +83,7 @@ RipOutcome ripModule(const std::string& ripper, const std::string& songPath,
     }
     // The child works in the scratch folder, so relative paths would point there.
     const RipperRun run =
-        runRipperProcess(absolute(ripper), absolute(songPath), timeout, scratch.path());
+        runRipperProcess(absolute(ripper), absolute(songPath), timeout, scratch.path(), cancel);
     switch (run.outcome) {
     case RipperRun::Outcome::Exited:
         break;
@@ -92,6 +92,10 @@ RipOutcome ripModule(const std::string& ripper, const std::string& songPath,
         break;
     case RipperRun::Outcome::TimedOut:
         outcome.problem = "the ripper did not finish in time and was stopped";
+        break;
+    case RipperRun::Outcome::Cancelled:
+        outcome.cancelled = true;
+        outcome.problem = "the ripper was stopped because the song is no longer wanted";
         break;
     case RipperRun::Outcome::FailedToStart:
         outcome.problem = "the ripper " + ripper + " could not be started";

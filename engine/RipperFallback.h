@@ -5,9 +5,10 @@
 // folder of its own, made under the system temporary folder and removed afterwards, so a
 // "-1.mod" of the user's in the current directory is never touched and two players never meet.
 //
-// Threading: GUI thread (blocks until the child ends or the timeout passes). Calls from several
-// threads or processes do not disturb each other.
+// Threading: any thread (blocks until the child ends, the timeout passes or the caller's cancel
+// flag turns true). Calls from several threads or processes do not disturb each other.
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -25,14 +26,16 @@ std::string defaultRipperPath();
 struct RipOutcome {
     bool ripped = false; // a module was found and read into `module`
     std::vector<uint8_t> module;
-    std::string problem; // why nothing was ripped when the child or the hand-over failed
-                         // ("" when the scan simply found nothing)
+    std::string problem;    // why nothing was ripped when the child or the hand-over failed
+                            // ("" when the scan simply found nothing)
+    bool cancelled = false; // the run was ended by the cancel flag
 };
 
 // Runs `ripper SONGPATH` (both made absolute) in a fresh scratch folder for at most `timeout`
 // (then kills it), reads the "-1.mod" it left there into memory and removes the folder.
 // Modules larger than 64 MiB are not read (no converted four-channel module comes near that).
+// `cancel` (may be null) ends the run early, with nothing ripped.
 RipOutcome ripModule(const std::string& ripper, const std::string& songPath,
-                     std::chrono::milliseconds timeout);
+                     std::chrono::milliseconds timeout, const std::atomic<bool>* cancel = nullptr);
 
 } // namespace engine_detail

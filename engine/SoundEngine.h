@@ -8,24 +8,20 @@
 // logs failures as "Audio error! (%d) %s %s" at level 2 and otherwise ignores them: the engine
 // keeps going with whatever handles it has. Without a log (theLogFile null) nothing is written.
 //
-// Threading: GUI thread only, for every member. loadSong blocks that thread while it opens,
-// measures and (for refused files) runs the module ripper as a child process.
+// Threading: GUI thread only, for every member but prepareSong, soundTypeName and the const
+// measurement calls, which one loader thread may call at the same time (they read only the
+// System and the ripper settings, which are set before loading begins, and write no member).
+// prepareSong blocks its thread while it opens, measures and (for refused files) runs the
+// module ripper as a child process; installSong is cheap. loadSong does both on the GUI thread.
 
 #include "Audio.h"
+#include "PreparedSong.h"
 
 #include <array>
 #include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
-
-// Part of a source that plays as a song of its own (a CUE sheet's track): milliseconds from the
-// source's start; endMs 0 means to the source's end, otherwise endMs > startMs. The default is
-// the whole source. Position 0, the length and the silence measurement are the range's.
-struct SongRange {
-    uint32_t startMs = 0;
-    uint32_t endMs = 0;
-};
 
 class SoundEngine {
 public:
@@ -95,15 +91,29 @@ public:
     static constexpr size_t MaxFormatNameChars = 49;
     static std::string soundTypeName(audio::SoundType type);
 
+    // Prepares `path` (file path or http URL) without touching a slot: logs "Loading song: PATH",
+    // unpacks gzip files in memory (at most 512 MiB), creates the sound (paths ending in ".fc"
+    // decoded whole), sends files the library refuses through the module ripper, logs "Loaded
+    // file: PATH" and the library's refusal, measures the silence when options.trim, and logs
+    // "Found start at: MS of PATH". Any thread (see Threading); blocks for as long as that takes
+    // (a stream's connect up to its timeout, the ripper up to its timeout) unless cancelled.
+    PreparedSong prepareSong(const std::string& path, const SongOptions& options) const;
+    // Puts a prepared song into `slot` (0 or 1): releases the slot's old sound, and for a loaded
+    // song plays it paused at its start and takes its base frequency; lastStartMs becomes its
+    // start. A song that did not load leaves the slot empty (and its channel still). Returns
+    // whether the song's channel started (paused). GUI thread.
+    bool installSong(PreparedSong&& song, int slot);
+
     // Loads `path` (file path or http URL) into `slot` (0 or 1) and leaves its channel paused at
-    // the song's start. accurate: exact length and seeking (scans VBR files at open). trim:
-    // measure the leading and trailing silence against `cutoff` and start after the leading one.
-    // *endOut: with trim, the measured end in ms (-1 for a sound of unknown length); without,
-    // the full length in ms (-1 when unknown). *typeNameOut: the type's display text or "".
-    // Paths ending in ".fc" are decoded whole; gzip files are unpacked in memory (at most
-    // 512 MiB); files the library refuses go through the module ripper. `range` restricts the
-    // song to part of the file (SongRange); the lengths and positions above are then the range's.
-    // Returns true when the song was created and its channel started (paused).
+    // the song's start: prepareSong, then installSong, on the calling (GUI) thread. accurate: exact
+    // length and seeking (scans VBR files at open). trim: measure the leading and trailing silence
+    // against `cutoff` and start after the leading one. *endOut: with trim, the measured end in ms
+    // (-1 for a sound of unknown length); without, the full length in ms (-1 when unknown).
+    // *typeNameOut: the type's display text or "". Paths ending in ".fc" are decoded whole; gzip
+    // files are unpacked in memory (at most 512 MiB); files the library refuses go through the
+    // module ripper. `range` restricts the song to part of the file (SongRange); the lengths
+    // and positions above are then the range's. Returns true when the song was created and its
+    // channel started (paused).
     bool loadSong(const std::string& path, int slot, bool accurate, bool trim, int cutoff,
                   int* endOut, std::string* typeNameOut, const SongRange& range = {});
     // Where the last successful loadSong left its channel: the measured leading silence in ms
@@ -111,6 +121,15 @@ public:
     int lastStartMs() const { return lastStart; }
     // Unpauses the slot's channel (slot 1: channelA, else channelB). Always returns true.
     bool startSlot(int slot);
+    // Sample-exact playing: replaces the paused channel installSong left in `slot` by one
+    // queued to start, from the song's start, on the output frame after the last one of
+    // `currentSlot`'s channel (System::playSoundAfter). Returns true when queued; false when the
+    // slot holds no sound, or the current channel has ended or no channel is free (then the
+    // slot's channel is paused at the start again, as installSong left it).
+    bool queueSlotAfter(int slot, int currentSlot);
+    // Gives the slot's sound a new channel, paused at its beginning (a queued channel ends
+    // unheard when the song before it is stopped). Returns whether it started.
+    bool replaySlotPaused(int slot);
     // Stops both channels and releases both slots' sounds.
     void stopAll();
     // The gzip trailer's uncompressed size of the file, 0 if it cannot be opened.
@@ -120,34 +139,41 @@ public:
     // (a quarter of the time of the first loud 16-byte group, by design). End: ms at which the
     // trailing silence begins (at least 765 ms before the length), or -1 for unknown length.
     // threshold: a 32-bit left/right pair counts as sound when its magnitude is above it.
-    int findSoundStart(audio::Sound* sound, int threshold);
+    // The const calls keep their results to themselves (they log failures), so the loader
+    // thread may use them; the others also leave the last result in getLastResult.
+    int findSoundStart(audio::Sound* sound, int threshold) const;
     int findSoundEnd(audio::Sound* sound, int threshold);
     // The openers: create the private sound (open-only stream) from a path (restricted to
     // `range`) or a memory block of info.length bytes (and info's range), and measure it.
-    int findSoundStartFromPath(const std::string& path, int threshold, const SongRange& range = {});
+    int findSoundStartFromPath(const std::string& path, int threshold,
+                               const SongRange& range = {}) const;
     int findSoundStartFromMemory(const void* data, const audio::CreateSoundInfo& info,
-                                 int threshold);
-    int findSoundEndFromPath(const std::string& path, int threshold, const SongRange& range = {});
-    int findSoundEndFromMemory(const void* data, const audio::CreateSoundInfo& info, int threshold);
+                                 int threshold) const;
+    int findSoundEndFromPath(const std::string& path, int threshold,
+                             const SongRange& range = {}) const;
+    int findSoundEndFromMemory(const void* data, const audio::CreateSoundInfo& info,
+                               int threshold) const;
 
     // The module ripper executable (default: "tamberlo-rip" beside the running program) and
-    // how long it may run before it is killed (default 15 s).
+    // how long it may run before it is killed (default 15 s). Set them before loading starts.
     void setRipperPath(const std::string& path) { ripperPath = path; }
     void setRipperTimeout(std::chrono::milliseconds timeout) { ripperTimeout = timeout; }
 
 private:
     // The private open-only sound a measurement decodes (from the path, or from a copy of the
-    // song's memory block); the creation result is kept and logged, and may be null.
-    audio::Sound* openMeasureSound(const std::string& path, const SongRange& range);
-    audio::Sound* openMeasureSound(const void* data, const audio::CreateSoundInfo& info);
+    // song's memory block); the creation result goes to *result and is logged; may be null.
+    audio::Sound* openMeasureSound(const std::string& path, const SongRange& range,
+                                   audio::Result* result) const;
+    audio::Sound* openMeasureSound(const void* data, const audio::CreateSoundInfo& info,
+                                   audio::Result* result) const;
+    // findSoundEnd with the last read or seek result in *result.
+    int measureEnd(audio::Sound* sound, int threshold, audio::Result* result) const;
 
     audio::Result releaseSlotSound(int slot);
-    // Creates the slot's sound from the file, or through the ripper when the library refuses it
+    // Creates the song's sound from the file, or through the ripper when the library refuses it
     // (then *rippedBlock receives the module the sound was made from).
-    void createFromPathOrRip(const std::string& path, int slot, bool accurate,
-                             const SongRange& range, std::vector<uint8_t>* rippedBlock);
-    void measure(const std::string& path, const std::vector<uint8_t>* block, const SongRange& range,
-                 int cutoff, int* start, int* end);
+    void createFromPathOrRip(PreparedSong& song, std::vector<uint8_t>* rippedBlock) const;
+    void measure(PreparedSong& song, const std::vector<uint8_t>* block) const;
 
     std::array<audio::Sound*, 2> sounds{}; // index = slot
     std::array<bool, 2> loaded{};          // the slot's sound must be released before reuse

@@ -7,6 +7,7 @@
 #include "PlayList.h"
 #include "PlaybackSequencer.h"
 #include "PlayerSkin.h"
+#include "SongLoader.h"
 #include "SoundEngine.h"
 #include "aboutDlg.h"
 #include "settingsDlg.h"
@@ -52,7 +53,11 @@ MP3Database::MP3Database(const PlayerStartup& startup, QWidget* parent, Qt::Wind
     playList_ = new PlayList(this, engine_.get(), *theLogFile);
     playList_->setWindowFlags(Qt::Tool | Qt::FramelessWindowHint);
     levelMeter_ = std::make_unique<LevelMeter>(ui->labelVUMeter, engine_.get());
-    sequencer_ = std::make_unique<PlaybackSequencer>(*engine_);
+    // The loader reports from its own thread; the window takes the song on the GUI thread.
+    loader_ = std::make_unique<SongLoader>(*engine_, [this] {
+        QMetaObject::invokeMethod(this, &MP3Database::collectPreparedSong, Qt::QueuedConnection);
+    });
+    sequencer_ = std::make_unique<PlaybackSequencer>(*engine_, loader_.get());
 
     ui->labelTopBar->setPixmap(skin::skinPixmap(appDir, "top.png", qApp->devicePixelRatio()));
     skin::applyPlayerStyleSheets(*ui, appDir);
@@ -116,7 +121,9 @@ void MP3Database::closeEvent(QCloseEvent* event) {
     }
     delete playList_; // its destructor clears the list and, unless kept, the unpacked members
     playList_ = nullptr;
+    // A preparation in flight is cancelled; what the loader holds goes before the System.
     sequencer_.reset();
+    loader_.reset();
     engine_->shutdown();
     event->accept();
 }

@@ -3,7 +3,9 @@
 // level meter, the playlist window and the 20 ms progress timer, and turns buttons, sliders,
 // the context menu, drops and timer ticks into engine and playlist calls. It plays one playlist
 // entry at a time (`currentSound`), alternating the engine's two play slots so that a song
-// change never reuses the previous song's channel.
+// change never reuses the previous song's channel. Songs are prepared on the SongLoader's
+// thread: starting an entry asks for it, and the window finishes the start when the loader
+// reports back, so the window keeps ticking and answering while a slow song loads.
 //
 // Threading: GUI thread only.
 
@@ -24,6 +26,8 @@ class LevelMeter;
 class PlayList;
 class SoundEngine;
 class PlaybackSequencer;
+class SongLoader;
+struct SequencedEntry;
 
 namespace Ui {
 class MP3DatabaseClass;
@@ -60,7 +64,8 @@ public:
     bool gaplessEnabled = false;
     bool gaplessAccurate = false;
     int gaplessCutoff = 10;
-    bool gaplessPreload = false; // stored and shown only; no playback code reads it
+    bool gaplessPreload = false;     // prepare the next entry ahead while a song plays
+    bool gaplessSampleExact = false; // songs join sample to sample; no silence is trimmed
     QString lastUrlOpened = "http://";
 
     SoundEngine& engine() { return *engine_; }
@@ -90,6 +95,10 @@ public:
         }
         return ms;
     }
+    // True from starting an entry until its song is in place (or failed): see songStarted.
+    bool isLoading() const;
+    // True when the next entry has been prepared ahead, so starting it skips the loading step.
+    bool isNextPreloaded() const { return preloaded_; }
 
     void loadSettings();
     void saveSettings();
@@ -132,6 +141,9 @@ signals:
     // Playback started, paused, resumed or stopped, the current song changed, or the volume or
     // position was set by the user: for observers such as the desktop's media controls.
     void playbackChanged();
+    // The start of an entry finished: its song plays (or waits paused), or it failed and was
+    // struck out (loaded false). Emitted on the GUI thread, after the labels are updated.
+    void songStarted(bool loaded);
 
 public:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -139,6 +151,12 @@ public:
 private:
     audio::Channel channel() const; // the current slot's channel (a stale handle is harmless)
     void startCurrentEntry();
+    // The second half of a start, once the song is in place (MP3DatabaseLoading.cpp).
+    void finishEntryStart(const SequencedEntry& song, bool loaded, bool seekable);
+    void collectPreparedSong(); // the loader finished a preparation
+    void preloadNextEntry();
+    // Sample-exact: once the next entry is prepared, queues it behind the current song.
+    void queueNextEntry();
     void stopPlayback();
     void refreshInfoLabels();
     void updateTimeLabel(std::uint32_t positionMs);
@@ -153,18 +171,20 @@ private:
     std::unique_ptr<Ui::MP3DatabaseClass> ui;
     QTimer progressTimer_;
     std::unique_ptr<SoundEngine> engine_;
+    std::unique_ptr<SongLoader> loader_; // before the sequencer, which uses it
     std::unique_ptr<PlaybackSequencer> sequencer_;
     std::unique_ptr<LevelMeter> levelMeter_;
     PlayList* playList_ = nullptr; // a child window, deleted in closeEvent
 
     PlaylistEntry currentEntry_; // copy taken right after the load
+    int loadingRow_ = -1;        // the row whose song is being started
     int subsongCount_ = 1;
     int currentSubsong_ = 0;
     bool noSound_ = true;
     bool paused_ = false;
     bool soundLoaded_ = false;
     bool timeDisplayElapsed_ = true;
-    bool preloaded_ = false; // never set: every start loads its song
+    bool preloaded_ = false; // the next entry is prepared: starting it skips the loading step
     bool shutDown_ = false;
 
     // Dragging the frameless window by its top bar.

@@ -1,5 +1,6 @@
 // The player window's transport: play, pause, stop, next and previous song and subsong,
-// seeking, volume, pitch and balance, the 20 ms progress tick and the info labels.
+// seeking, volume, pitch and balance, the 20 ms progress tick and the info labels. Starting an
+// entry is in MP3DatabaseLoading.cpp.
 #include "LevelMeter.h"
 #include "MP3Database.h"
 #include "PlayList.h"
@@ -9,13 +10,6 @@
 
 #include <QDebug>
 #include <QFile>
-
-namespace {
-
-// Subsong counts above this are not believed (a broken file); such a sound counts as one song.
-constexpr unsigned MaxSubsongs = 256;
-
-} // namespace
 
 // ---- sliders ----
 
@@ -213,61 +207,6 @@ void MP3Database::on_buttonStop_clicked() {
     emit playbackChanged();
 }
 
-void MP3Database::startCurrentEntry() {
-    PlaylistModel& model = playList_->model();
-    if (currentSound < 0 || currentSound >= model.count()) {
-        return;
-    }
-    noSound_ = false;
-    PlaylistEntry entry = model.entry(currentSound);
-    // A CUE sheet's track plays its range of the track file; every other entry its path.
-    SequencedEntry song{entry.trackFile.empty() ? entry.path : entry.trackFile, entry.startOffsetMs,
-                        entry.lengthMs, entry.formatName,
-                        SongRange{entry.trackStartMs, entry.trackEndMs}};
-    sequencer_->setOptions({gaplessAccurate, gaplessEnabled, gaplessCutoff, unknownLengthEnabled,
-                            static_cast<std::uint32_t>(unknownLengthSeconds)});
-    const PlaybackSequencer::StartResult started = sequencer_->start(song, paused_);
-    levelMeter_->setSlot(sequencer_->slot());
-    if (!started.loaded) {
-        playList_->markUnplayable(currentSound);
-        return;
-    }
-    // The window's copy keeps the end the tick moves on at; the playlist's entry keeps the
-    // length for later plays (the full length, or the unknown-length limit).
-    entry.formatName = song.formatName;
-    entry.startOffsetMs = song.startOffsetMs;
-    entry.lengthMs = song.lengthMs;
-    currentEntry_ = entry;
-    currentEntry_.lengthMs = sequencer_->endMs();
-    soundLoaded_ = true;
-    preloaded_ = false;
-    // setRange, not setMaximum: an unknown length (-1 as int) would pull the minimum down to -1
-    // for every later song, and a release there would seek to the unknown position.
-    ui->sliderProgress->setRange(0, static_cast<int>(song.lengthMs));
-    ui->sliderProgress->setEnabled(started.seekable);
-
-    if (!paused_) {
-        on_sliderBalance_valueChanged(ui->sliderBalance->value());
-        on_sliderPitch_valueChanged(ui->sliderPitch->value());
-    }
-
-    unsigned count = 1;
-    audio::Sound* sound = engine_->getSound(sequencer_->slot());
-    if (!sound || sound->getLength(&count, audio::TimeUnit::SubsongCount) != audio::Result::Ok ||
-        count == 0 || count > MaxSubsongs) {
-        count = 1;
-    }
-    subsongCount_ = static_cast<int>(count);
-    entry.subsongCount = count;
-    currentEntry_.subsongCount = count;
-    model.setEntry(currentSound, entry);
-    if (count > 1) {
-        channel().setPosition(static_cast<unsigned>(currentSubsong_),
-                              audio::TimeUnit::SubsongCount);
-    }
-    refreshInfoLabels();
-}
-
 // ---- the 20 ms tick ----
 
 void MP3Database::timerProgress() {
@@ -275,6 +214,10 @@ void MP3Database::timerProgress() {
         return;
     }
     const PlaybackSequencer::Tick tick = sequencer_->tick();
+    if (tick.loading) {
+        levelMeter_->update(); // nothing plays; the meter falls back and housekeeping goes on
+        return;
+    }
     if (tick.ended) {
         if (currentSound >= playList_->model().count() - 1) {
             on_buttonStop_clicked();

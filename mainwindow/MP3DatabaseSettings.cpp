@@ -74,6 +74,8 @@ void MP3Database::loadSettings() {
     gaplessAccurate = settings.value(key::GaplessAccurate, def::GaplessAccurate).toBool();
     gaplessCutoff = settings.value(key::GaplessCutoff, def::GaplessCutoff).toInt();
     gaplessPreload = settings.value(key::GaplessPreload, def::GaplessPreload).toBool();
+    gaplessSampleExact =
+        settings.value(key::GaplessSampleExact, def::GaplessSampleExact).toBool();
     playList_->setKeepTempFiles(
         settings.value(key::LoadLastPlaylist, def::LoadLastPlaylist).toBool());
     currentSound = settings.value(key::CurrentSound, def::CurrentSound).toInt();
@@ -113,6 +115,7 @@ void MP3Database::saveSettings() {
     settings.setValue(key::GaplessAccurate, gaplessAccurate);
     settings.setValue(key::GaplessCutoff, gaplessCutoff);
     settings.setValue(key::GaplessPreload, gaplessPreload);
+    settings.setValue(key::GaplessSampleExact, gaplessSampleExact);
     settings.setValue(key::LoadLastPlaylist, playList_->keepTempFiles());
     settings.setValue(key::CurrentSound, currentSound);
     settings.setValue(key::LastUrlOpened, lastUrlOpened);

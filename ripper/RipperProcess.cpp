@@ -33,7 +33,8 @@ RipperRun fromWaitStatus(int status) {
 } // namespace
 
 RipperRun runRipperProcess(const std::string& executable, const std::string& inputPath,
-                           std::chrono::milliseconds timeout, const std::string& workingDirectory) {
+                           std::chrono::milliseconds timeout, const std::string& workingDirectory,
+                           const std::atomic<bool>* cancel) {
     SpawnActions actions;
     // Nobody reads the ripper's console messages in the player.
     posix_spawn_file_actions_addopen(actions.get(), STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
@@ -55,6 +56,12 @@ RipperRun runRipperProcess(const std::string& executable, const std::string& inp
             return fromWaitStatus(status);
         if (done < 0 && errno != EINTR)
             return {};
+        if (cancel != nullptr && cancel->load()) {
+            kill(child, SIGKILL);
+            while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+            }
+            return {RipperRun::Outcome::Cancelled, 0};
+        }
         if (std::chrono::steady_clock::now() >= deadline)
             break;
         std::this_thread::sleep_for(pause);

@@ -7,6 +7,7 @@
 // or the timeout passes. Concurrent calls need working directories of their own, or they would
 // overwrite each other's "-1.mod".
 
+#include <atomic>
 #include <chrono>
 #include <string>
 
@@ -16,6 +17,7 @@ struct RipperRun {
         Killed,        // the child was ended by a signal (a crash); exitStatus holds the signal
         TimedOut,      // still running at the timeout: killed (SIGKILL) and reaped
         FailedToStart, // the executable could not be started
+        Cancelled,     // the caller's cancel flag turned true: killed (SIGKILL) and reaped
     };
     Outcome outcome = Outcome::FailedToStart;
     int exitStatus = 0;
@@ -24,6 +26,8 @@ struct RipperRun {
 // Starts `executable FILE` with the child's standard output discarded and waits at most
 // `timeout` for it. The child works in `workingDirectory` (empty: the caller's current
 // directory); a relative `inputPath` is then read from there, so callers pass absolute paths.
+// `cancel` (may be null) is looked at while waiting, so another thread can end the run early.
 RipperRun runRipperProcess(const std::string& executable, const std::string& inputPath,
                            std::chrono::milliseconds timeout,
-                           const std::string& workingDirectory = {});
+                           const std::string& workingDirectory = {},
+                           const std::atomic<bool>* cancel = nullptr);

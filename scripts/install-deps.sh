@@ -24,7 +24,7 @@ packages=(
     python3
     # test media: real music and real encoders
     tecnoballz-data pingus-data sound-theme-freedesktop
-    lame flac ffmpeg sox gzip zip unzip
+    lame flac ffmpeg sox gzip zip unzip opus-tools vorbis-tools
     # an outside reader of the LHA archives our YM tests pack
     libarchive-tools
     # fonts for the skin

@@ -55,6 +55,7 @@ settingsDlg::settingsDlg(MP3Database* player, SoundEngine* engine, PlayList* pla
     setOn(ui->checkBoxGapEnabled, player_->gaplessEnabled);
     setOn(ui->checkBoxPreload, player_->gaplessPreload);
     setOn(ui->checkBoxGapAccurate, player_->gaplessAccurate);
+    setOn(ui->checkBoxSampleExact, player_->gaplessSampleExact);
     setOn(ui->checkBoxLoadLastPlayList, playlist_->keepTempFiles());
 }
 
@@ -70,6 +71,10 @@ void settingsDlg::on_checkBoxPreload_stateChanged(int) {
 
 void settingsDlg::on_checkBoxGapAccurate_stateChanged(int) {
     player_->gaplessAccurate = isOn(ui->checkBoxGapAccurate);
+}
+
+void settingsDlg::on_checkBoxSampleExact_stateChanged(int) {
+    player_->gaplessSampleExact = isOn(ui->checkBoxSampleExact);
 }
 
 void settingsDlg::on_checkBoxGapEnabled_stateChanged(int) {

@@ -31,6 +31,7 @@ public slots:
     void on_checkBoxPreload_stateChanged(int);
     void on_checkBoxGapAccurate_stateChanged(int);
     void on_checkBoxGapEnabled_stateChanged(int);
+    void on_checkBoxSampleExact_stateChanged(int);
     void on_sliderGapCutoff_valueChanged(int);
     void on_checkBoxUnknownSoundLength_stateChanged(int);
     void on_sliderUnknownSoundLength_valueChanged(int);

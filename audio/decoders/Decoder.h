@@ -13,6 +13,7 @@
 #include "SoundType.h"
 #include "StreamStatus.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -92,6 +93,9 @@ struct DecoderSource {
     // rangeEndMs 0 means to the source's end. Both 0: the whole source.
     uint32_t rangeStartMs = 0;
     uint32_t rangeEndMs = 0;
+    // Set: while it is true, blocked FFmpeg calls (a connect, a read) return at once, so another
+    // thread can abandon an open. Shared, because the opened decoder keeps looking at it.
+    std::shared_ptr<const std::atomic<bool>> cancel;
 };
 
 // Picks the decoder for `source`: plug-ins first (those that claim the data), then libopenmpt

@@ -27,8 +27,9 @@ void Mixer::render(float* out, size_t frames) {
         // Mixed straight into the caller's buffer: no copy on the way out.
         const size_t n = std::min(frames, ChunkFrames);
         std::fill(out, out + n * 2, 0.0f);
+        ++pass_;
         for (Voice* voice : voices_) {
-            underrun = voice->render(out, n) || underrun;
+            underrun = voice->render(out, n, pass_) || underrun;
         }
         for (int i = 0; i < unitCount; ++i) {
             units_[static_cast<size_t>(i)]->process(out, n);

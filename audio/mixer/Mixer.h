@@ -50,6 +50,7 @@ private:
     // Callback cost as a share of its period, in millionths; a ring written only by render.
     std::unique_ptr<std::atomic<uint32_t>[]> load_;
     std::atomic<uint64_t> loadCount_{0};
+    uint64_t pass_ = 0; // render-private: numbers the chunks for Voice::render
 };
 
 } // namespace audio::detail

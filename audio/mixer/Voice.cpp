@@ -32,6 +32,7 @@ void Voice::prepare(int sourceRate, BlockProducer* inlineProducer) {
     ring_.reset();
     resampler_->clear();
     inlineProducer_ = inlineProducer;
+    successor_.store(nullptr, std::memory_order_relaxed);
     paused_.store(false, std::memory_order_relaxed);
     frequency_.store(static_cast<float>(sourceRate), std::memory_order_relaxed);
     pan_.store(0.0f, std::memory_order_relaxed);
@@ -103,7 +104,7 @@ size_t Voice::produce(float* mix, size_t frames, bool* underrun) {
         const size_t available = block->frames - blockOffset_;
         if (available == 0 && block->endOfData) {
             if (!resampling_ || flushed_) {
-                finish();
+                finish(mix + produced * 2, frames - produced, underrun);
                 break;
             }
             size_t consumed = 0;
@@ -143,14 +144,32 @@ size_t Voice::produce(float* mix, size_t frames, bool* underrun) {
     if (produced == frames && !resampling_) {
         const AudioBlock* next = currentBlock();
         if (next != nullptr && next->endOfData && next->frames == blockOffset_) {
-            finish();
+            finish(mix + produced * 2, 0, underrun);
         }
     }
     return produced;
 }
 
-void Voice::finish() {
+void Voice::finish(float* rest, size_t restFrames, bool* underrun) {
+    // The successor is started before this voice reads as Done, so the GUI thread, once it
+    // sees Done, finds the successor Playing and leaves it alone. A voice the GUI is stopping
+    // hands over nothing.
+    Voice* next = successor_.load(std::memory_order_acquire);
+    if (next != nullptr && state_.load(std::memory_order_acquire) == VoiceState::Playing) {
+        next->takeOver(rest, restFrames, pass_, underrun);
+    }
     state_.store(VoiceState::Done, std::memory_order_release);
+}
+
+bool Voice::takeOver(float* mix, size_t frames, uint64_t pass, bool* underrun) {
+    VoiceState expected = VoiceState::Queued;
+    if (!state_.compare_exchange_strong(expected, VoiceState::Playing, std::memory_order_acq_rel)) {
+        return false;
+    }
+    lastPass_ = pass;
+    pass_ = pass;
+    *underrun = renderPass(mix, frames) || *underrun;
+    return true;
 }
 
 void Voice::deliver(float* frames, size_t count, float* mix) {
@@ -193,7 +212,16 @@ void Voice::recordHistory(const float* frames, size_t count) {
     waveWritten_.store(written + count, std::memory_order_release);
 }
 
-bool Voice::render(float* mix, size_t frames) {
+bool Voice::render(float* mix, size_t frames, uint64_t pass) {
+    if (pass == lastPass_) {
+        return false; // started by its predecessor earlier in this pass
+    }
+    lastPass_ = pass;
+    pass_ = pass;
+    return renderPass(mix, frames);
+}
+
+bool Voice::renderPass(float* mix, size_t frames) {
     const VoiceState state = state_.load(std::memory_order_acquire);
     if (state == VoiceState::StopRequested) {
         state_.store(VoiceState::Done, std::memory_order_release);
@@ -233,7 +261,7 @@ bool Voice::render(float* mix, size_t frames) {
     const size_t produced = produce(mix, frames, &underrun);
     position_.store(static_cast<uint64_t>(mixPosition_), std::memory_order_relaxed);
     if (produced == 0 && state_.load(std::memory_order_relaxed) == VoiceState::Done) {
-        return false;
+        return underrun; // only a successor that took over can have set it
     }
     // The rest of the chunk is silence, and the history says so.
     recordHistory(nullptr, frames - produced);

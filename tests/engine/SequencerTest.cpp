@@ -95,5 +95,39 @@ TEST(Sequencer, GaplessPlayStartsAfterTheMeasuredLeadingSilence) {
     EXPECT_EQ(positionMs(*engine, sequencer.slot()), 0u);
 }
 
+// Sample-exact: the queued song follows without a tick of its own, its start adopts the
+// playing channel, and a song change before the end (the user's Next) still plays it from 0.
+TEST(Sequencer, SampleExactQueuesTheNextSongAndAdoptsItsChannel) {
+    ScratchDir dir("exact");
+    writeWav(dir.file("a.wav"), 44100, 22050, [](uint32_t, int) { return Loud; });
+    writeWav(dir.file("b.wav"), 44100, 44100, [](uint32_t, int) { return Loud; });
+    auto engine = offlineEngine();
+    PlaybackSequencer sequencer(*engine);
+    SequencerOptions options;
+    options.gapless = true; // has no effect: sample-exact trims nothing
+    options.sampleExact = true;
+    sequencer.setOptions(options);
+    for (const bool early : {false, true}) {
+        SCOPED_TRACE(early ? "changed early" : "played through");
+        SequencedEntry a = entryFor(dir.file("a.wav"));
+        SequencedEntry b = entryFor(dir.file("b.wav"));
+        ASSERT_TRUE(sequencer.start(a).loaded);
+        EXPECT_EQ(a.startOffsetMs, 0u);
+        ASSERT_TRUE(sequencer.queueNext(b.path));
+        EXPECT_TRUE(sequencer.queueNext(b.path)) << "asking again keeps it queued";
+        const size_t frames = early ? 441 : 22050 + 441; // into a, or 441 frames into b
+        std::vector<float> mixed(2 * frames);
+        engine->getSystem()->mix(frames, mixed.data());
+        EXPECT_EQ(mixed[2 * (frames - 441)], Loud / 32768.0f) << "b follows a at once";
+        ASSERT_TRUE(sequencer.start(b).loaded);
+        EXPECT_EQ(b.lengthMs, 1000u);
+        unsigned position = 0;
+        engine->getChannel(sequencer.slot()).getPosition(&position, audio::TimeUnit::Pcm);
+        EXPECT_EQ(position, early ? 0u : 441u);
+        EXPECT_EQ(ticksUntilEnd(*engine, sequencer), 50);
+        sequencer.stop();
+    }
+}
+
 } // namespace
 } // namespace enginetest

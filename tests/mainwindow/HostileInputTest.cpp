@@ -1,14 +1,19 @@
 // Hostile inputs through the real player and playlist windows: titles far too long to lay out,
-// and last-playlist files that cannot be read or belong to another user, which a start and an
-// exit must leave exactly as they were.
+// last-playlist files that cannot be read or belong to another user, which a start and an exit
+// must leave exactly as they were, and a radio server that never answers.
 #include "PlayList.h"
 #include "PlaylistLimits.h"
+#include "ScriptedHttpServer.h"
 #include "WindowTestSupport.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTableWidget>
+#include <QTimer>
 
 #include <filesystem>
 #include <unistd.h>
@@ -72,6 +77,34 @@ TEST_F(HostileInput, ALastPlaylistThatWasNotReadIsLeftAsItWasAtExit) {
         EXPECT_EQ(after.size() > MaxPlaylistFileBytes, planted == Planted::TooLarge);
         QFile::remove(last);
     }
+}
+
+TEST_F(HostileInput, ASilentServerLoadsWhileTheWindowGoesOnAndIsThenStruckOut) {
+    tamberlo::test::ScriptedHttpServer silent({.head = ""});
+    const QString url = QString::fromStdString(silent.url("/radio"));
+    QFile log(QCoreApplication::applicationDirPath() + "/logfile.html");
+    MP3Database& window = openPlayer();
+    const qint64 logBefore = log.size();
+    window.playList().addPaths({url});
+    QSignalSpy started(&window, &MP3Database::songStarted);
+
+    window.on_buttonPlay_clicked();
+    EXPECT_TRUE(window.isLoading());
+    bool servedWhileLoading = false;
+    QTimer::singleShot(100, &window, [&] { servedWhileLoading = window.isLoading(); });
+    ASSERT_TRUE(started.wait(20000));
+    EXPECT_TRUE(servedWhileLoading) << "the event loop ran while the server kept silent";
+    EXPECT_FALSE(started.at(0).at(0).toBool());
+    EXPECT_TRUE(window.playList().model().isUnplayable(0));
+
+    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+    log.seek(logBefore);
+    const QString written = QString::fromUtf8(log.readAll());
+    EXPECT_TRUE(written.contains("Loading song: " + url));
+    EXPECT_TRUE(written.contains(
+        QRegularExpression("Audio error! \\(20\\) The server did not answer in time\\. +" +
+                           QRegularExpression::escape(url))))
+        << written.toStdString();
 }
 
 } // namespace

@@ -150,6 +150,7 @@ TEST_F(Display, AStreamShowsItsTitleAndUnknownTimeAndCannotBeSoughtButTheSongAft
     window.playList().addPaths({writeTone("after.wav", 1000)});
     window.on_buttonNext_clicked();
     window.on_buttonPlay_clicked();
+    waitForSong();
     ASSERT_TRUE(labelText(window, "labelTitle").startsWith("after.wav"));
     QSlider* progress = formWidget<QSlider>(window, "sliderProgress");
     play(200);
@@ -192,6 +193,7 @@ TEST_F(Display, SubsongButtonsStepThroughTheModulesSongsWithinBounds) {
     QMimeData dropped;
     dropped.setUrls({QUrl::fromLocalFile(media("mod/area1-game.mod"))});
     ASSERT_TRUE(dragAndDrop(window, dropped));
+    waitForSong();
     EXPECT_EQ(window.currentSubsong(), 0);
     EXPECT_TRUE(labelText(window, "labelInfo").startsWith("Subsong: 1/4\n"));
 }

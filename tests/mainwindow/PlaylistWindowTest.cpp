@@ -84,6 +84,7 @@ TEST_F(PlaylistWindow, AfterClearTheNewEntriesPlayFromTheFirst) {
     const QStringList fresh{writeTone("n0.wav", 1000), writeTone("n1.wav", 1000)};
     window.playList().addPaths(fresh);
     window.on_buttonNext_clicked(); // the old song still plays: next goes to the first new entry
+    waitForSong();
     EXPECT_EQ(window.currentSound, 0);
     EXPECT_TRUE(labelText(window, "labelTitle").startsWith("n0.wav"));
 

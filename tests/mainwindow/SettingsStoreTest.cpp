@@ -63,7 +63,8 @@ TEST_F(SettingsStore, FirstStartPlacesThePlaylistBesideAndExitWritesEveryKeyWith
         {"[Normalize]", {"FadeTime=", "Threshhold=", "MaxAmp=", "Enabled=false"}},
         {"[VUMeter]", {"Sensitivity=4000", "Multiplier=1"}},
         {"[UnknownSonglength]", {"Seconds=90", "Enabled=false"}},
-        {"[GaplessPlayback]", {"Enabled=false", "Accurate=false", "Cutoff=10", "Preload=false"}},
+        {"[GaplessPlayback]", {"Enabled=false", "Accurate=false", "Cutoff=10", "Preload=false",
+                                  "SampleExact=false"}},
         {"[PlayList]", {"LoadLastPlayList=true", "CurrentSound=0"}},
     };
     const QStringList lines = text.split('\n');
@@ -82,7 +83,7 @@ TEST_F(SettingsStore, FirstStartPlacesThePlaylistBesideAndExitWritesEveryKeyWith
             EXPECT_TRUE(found) << header << " lacks " << key.toStdString();
         }
     }
-    EXPECT_EQ(text.count("="), 28) << "exactly the 28 keys:\n" << text.toStdString();
+    EXPECT_EQ(text.count("="), 29) << "exactly the 29 keys:\n" << text.toStdString();
 }
 
 TEST_F(SettingsStore, SavedValuesComeBackAtTheNextStart) {
@@ -93,6 +94,7 @@ TEST_F(SettingsStore, SavedValuesComeBackAtTheNextStart) {
         window.vuMultiplier = 2.5;
         window.gaplessEnabled = true;
         window.gaplessCutoff = 25;
+        window.gaplessSampleExact = true;
         window.lastUrlOpened = "http://127.0.0.1:1/x";
         window.on_buttonReverb_clicked();
         window.playList().hide();
@@ -103,6 +105,7 @@ TEST_F(SettingsStore, SavedValuesComeBackAtTheNextStart) {
     EXPECT_DOUBLE_EQ(window.vuMultiplier, 2.5);
     EXPECT_TRUE(window.gaplessEnabled);
     EXPECT_EQ(window.gaplessCutoff, 25);
+    EXPECT_TRUE(window.gaplessSampleExact);
     EXPECT_EQ(window.lastUrlOpened, "http://127.0.0.1:1/x");
     EXPECT_TRUE(window.engine().isReverbEnabled());
     EXPECT_TRUE(formWidget<QAbstractButton>(window, "buttonReverb")->isChecked());

@@ -14,6 +14,7 @@
 #include <QLabel>
 #include <QMimeData>
 #include <QTableWidget>
+#include <QTest>
 
 #include <cmath>
 
@@ -81,6 +82,7 @@ void WindowTest::TearDown() {
 MP3Database& WindowTest::openPlayer(const QStringList& arguments) {
     closePlayer();
     player_ = std::make_unique<MP3Database>(PlayerStartup{"offline", arguments});
+    waitForSong(); // the first of the arguments starts playing
     return *player_;
 }
 
@@ -91,8 +93,14 @@ void WindowTest::closePlayer() {
     }
 }
 
+void WindowTest::waitForSong() {
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !player_->isLoading(); }, 20000));
+    QCoreApplication::processEvents(); // the completion's queued signals
+}
+
 void WindowTest::play(unsigned ms) {
     for (unsigned done = 0; done < ms; done += 20) {
+        waitForSong();
         enginetest::mixMs(player_->engine(), 20);
         player_->timerProgress();
     }

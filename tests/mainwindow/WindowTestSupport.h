@@ -47,14 +47,18 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    // A new player window with `arguments` (files and folders) on the offline output. Any window
-    // made before is closed first (so its settings are saved as at a normal exit).
+    // A new player window with `arguments` (files and folders) on the offline output, its first
+    // song in place. Any window made before is closed first (so its settings are saved as at a
+    // normal exit).
     MP3Database& openPlayer(const QStringList& arguments = {});
     void closePlayer(); // saves settings and the last playlist, as at exit
     MP3Database& player() { return *player_; }
 
-    // Mixes `ms` milliseconds in 20 ms steps, calling the window's tick after each step.
+    // Mixes `ms` milliseconds in 20 ms steps, calling the window's tick after each step; a song
+    // that is loading is waited for first (songs load on the player's loader thread).
     void play(unsigned ms);
+    // Runs the event loop until the song being started is in place or has failed.
+    void waitForSong();
 
     // A 16-bit stereo WAV of `ms` milliseconds of a sine tone at `rate` Hz, in the private
     // folder.

@@ -67,7 +67,7 @@ TEST(CueTrackMedia, ATrackOfAFlacFilePlaysItsOwnRangeAsASongOfItsOwn) {
     };
     for (const Case& c : {Case{second, 2400}, Case{sheet.entries[2], 12600}}) {
         SequencedEntry song{
-            c.track.trackFile, 0, 0, "", {c.track.trackStartMs, c.track.trackEndMs}};
+            c.track.trackFile, 0, 0, "", {c.track.trackStartMs, c.track.trackEndMs}, ""};
         ASSERT_TRUE(sequencer.start(song).loaded);
         EXPECT_EQ(song.lengthMs, c.lengthMs);
         EXPECT_EQ(sequencer.endMs(), c.lengthMs);
@@ -75,7 +75,7 @@ TEST(CueTrackMedia, ATrackOfAFlacFilePlaysItsOwnRangeAsASongOfItsOwn) {
     }
 
     // Seeking stays within the track: 2 s in leaves 0.4 s; past its end is refused.
-    SequencedEntry again{second.trackFile, 0, 0, "", {second.trackStartMs, second.trackEndMs}};
+    SequencedEntry again{second.trackFile, 0, 0, "", {second.trackStartMs, second.trackEndMs}, ""};
     ASSERT_TRUE(sequencer.start(again).loaded);
     audio::Channel channel = engine->getChannel(sequencer.slot());
     EXPECT_NE(channel.setPosition(2500, audio::TimeUnit::Ms), audio::Result::Ok);
@@ -93,7 +93,8 @@ TEST(CueTrackMedia, ATrackOfAFlacFilePlaysItsOwnRangeAsASongOfItsOwn) {
     SequencerOptions gapless;
     gapless.gapless = true;
     sequencer.setOptions(gapless);
-    SequencedEntry first{sheet.entries[0].trackFile, 0, 0, "", {0, sheet.entries[0].trackEndMs}};
+    SequencedEntry first{sheet.entries[0].trackFile,       0, 0, "",
+                         {0, sheet.entries[0].trackEndMs}, ""};
     ASSERT_TRUE(sequencer.start(first).loaded);
     EXPECT_EQ(first.lengthMs, 5000u);
     EXPECT_GT(sequencer.endMs(), 0u);

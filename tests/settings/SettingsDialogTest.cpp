@@ -131,6 +131,8 @@ TEST_F(SettingsDialog, CheckBoxesStartFromThePlayerAndCountOnlyWhenFullyChecked)
          [&](bool on) { player.gaplessPreload = on; }},
         {"checkBoxGapAccurate", [&] { return player.gaplessAccurate; },
          [&](bool on) { player.gaplessAccurate = on; }},
+        {"checkBoxSampleExact", [&] { return player.gaplessSampleExact; },
+         [&](bool on) { player.gaplessSampleExact = on; }},
         {"checkBoxLoadLastPlayList", [&] { return list.keepTempFiles(); },
          [&](bool on) { list.setKeepTempFiles(on); }},
     };

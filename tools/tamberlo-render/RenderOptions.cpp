@@ -17,11 +17,12 @@ bool parseInt(const char* text, long low, long high, long* out) {
 } // namespace
 
 const char* renderUsage() {
-    return "usage: tamberlo-render [--rate N] [--gapless] [--cutoff N] [--accurate]\n"
-           "         [--unknown-limit SECONDS] [--reverb] [--normalize] [--log FILE]\n"
-           "         [--repeat N] [--max-seconds N] -o OUT.wav FILES...\n"
+    return "usage: tamberlo-render [--rate N] [--gapless] [--sample-exact] [--cutoff N]\n"
+           "         [--accurate] [--unknown-limit SECONDS] [--reverb] [--normalize]\n"
+           "         [--log FILE] [--repeat N] [--max-seconds N] -o OUT.wav FILES...\n"
            "Plays FILES as the player does (20 ms ticks, alternating slots) into OUT.wav.\n"
-           "--unknown-limit acts from an entry's second play, as in the player (see --repeat).\n";
+           "--unknown-limit acts from an entry's second play, as in the player (see --repeat).\n"
+           "--sample-exact queues each file after the last sample of the one before.\n";
 }
 
 bool parseRenderOptions(int argc, char** argv, RenderOptions* options) {
@@ -38,6 +39,8 @@ bool parseRenderOptions(int argc, char** argv, RenderOptions* options) {
             options->rate = static_cast<int>(value);
         } else if (arg == "--gapless") {
             options->sequencer.gapless = true;
+        } else if (arg == "--sample-exact") {
+            options->sequencer.sampleExact = true;
         } else if (arg == "--accurate") {
             options->sequencer.accurate = true;
         } else if (arg == "--cutoff" && hasValue) {

@@ -11,7 +11,8 @@
 struct RenderOptions {
     std::string out;            // -o: the WAV to write
     int rate = 44100;           // --rate: output rate in Hz, 8000..192000
-    SequencerOptions sequencer; // --gapless, --cutoff, --accurate, --unknown-limit
+    SequencerOptions sequencer; // --gapless, --sample-exact, --cutoff, --accurate,
+                                // --unknown-limit
     bool reverb = false;        // --reverb
     bool normalize = false;     // --normalize
     std::string logPath;        // --log: HTML log of the engine ("" = none)

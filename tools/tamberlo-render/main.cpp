@@ -43,35 +43,49 @@ int render(SoundEngine& engine, const RenderOptions& options, audio::WavWriter& 
         entry.path = file;
         playlist.push_back(entry);
     }
+    // The order of play: the list `repeat` times, each play of an entry updating the entry.
+    std::vector<SequencedEntry*> order;
+    for (int pass = 0; pass < options.repeat; ++pass) {
+        for (SequencedEntry& entry : playlist) {
+            order.push_back(&entry);
+        }
+    }
     const size_t tickFrames = static_cast<size_t>(options.rate / 50); // 20 ms
     const size_t maxTicks = static_cast<size_t>(options.maxSeconds) * 50;
     std::vector<float> buffer(tickFrames * 2);
     int failures = 0;
     size_t ticks = 0;
-    for (int pass = 0; pass < options.repeat; ++pass) {
-        for (SequencedEntry& entry : playlist) {
-            if (!sequencer.start(entry).loaded) {
-                std::fprintf(stderr, "tamberlo-render: %s could not be loaded\n",
-                             entry.path.c_str());
-                ++failures;
+    // As the player window: with sample-exact on, the entry after the current one is queued
+    // behind it once it has started; its start then adopts the channel that already plays.
+    const auto queueFollowing = [&](size_t current) {
+        if (current + 1 < order.size()) {
+            sequencer.queueNext(order[current + 1]->path);
+        }
+    };
+    for (size_t at = 0; at < order.size(); ++at) {
+        SequencedEntry& entry = *order[at];
+        if (!sequencer.start(entry).loaded) {
+            std::fprintf(stderr, "tamberlo-render: %s could not be loaded\n", entry.path.c_str());
+            ++failures;
+        } else {
+            queueFollowing(at);
+        }
+        // The player's timer: mix 20 ms, then let the tick look at the position.
+        for (bool ended = false; !ended; ++ticks) {
+            if (ticks >= maxTicks) {
+                std::fprintf(stderr, "tamberlo-render: stopped at the %d s limit\n",
+                             options.maxSeconds);
+                sequencer.stop();
+                return failures;
             }
-            // The player's timer: mix 20 ms, then let the tick look at the position.
-            for (bool ended = false; !ended; ++ticks) {
-                if (ticks >= maxTicks) {
-                    std::fprintf(stderr, "tamberlo-render: stopped at the %d s limit\n",
-                                 options.maxSeconds);
-                    sequencer.stop();
-                    return failures;
-                }
-                engine.getSystem()->mix(tickFrames, buffer.data());
-                if (wav.write(buffer.data(), tickFrames) != audio::Result::Ok) {
-                    *writeFailed = true;
-                    sequencer.stop();
-                    return failures;
-                }
-                engine.getSystem()->update(); // the level meter's job in the player
-                ended = sequencer.tick().ended;
+            engine.getSystem()->mix(tickFrames, buffer.data());
+            if (wav.write(buffer.data(), tickFrames) != audio::Result::Ok) {
+                *writeFailed = true;
+                sequencer.stop();
+                return failures;
             }
+            engine.getSystem()->update(); // the level meter's job in the player
+            ended = sequencer.tick().ended;
         }
     }
     sequencer.stop();

@@ -14,6 +14,13 @@ namespace {
 constexpr int MaxDecodeErrorsInARow = 64;
 constexpr int MaxSampleRate = 768000;
 
+// MP4/QuickTime: the edit list (or the sample table) states the exact number of samples, but
+// the demuxer trims only the encoder delay at the start; the padding in the last packet is
+// ours to cut.
+bool statesExactDuration(const AVFormatContext* format) {
+    return std::strncmp(format->iformat->name, "mov,", 4) == 0;
+}
+
 } // namespace
 
 Result openFfmpegDecoder(const SourceLocation& where, const DecoderSource& source,
@@ -103,6 +110,11 @@ Result FfmpegDecoder::start(bool countLength, int readTimeoutMs) {
     const bool seekable =
         input_.format->pb != nullptr && (input_.format->pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
     const AVRational perFrame{1, sampleRate_};
+    if (statesExactDuration(format) && stream_->duration != AV_NOPTS_VALUE &&
+        stream_->duration > 0) {
+        endFrame_ =
+            static_cast<uint64_t>(av_rescale_q(stream_->duration, stream_->time_base, perFrame));
+    }
     if (input_.network && (!seekable || format->duration == AV_NOPTS_VALUE)) {
         lengthFrames_ = UnknownFrames;
     } else if (!countLength && stream_->duration != AV_NOPTS_VALUE && stream_->duration > 0) {
@@ -117,7 +129,7 @@ Result FfmpegDecoder::start(bool countLength, int readTimeoutMs) {
         while (receiveFrame()) {
             total += static_cast<uint64_t>(frame_->nb_samples);
         }
-        lengthFrames_ = total;
+        lengthFrames_ = std::min(total, endFrame_);
         const Result rewound = containerSeek(0);
         if (rewound != Result::Ok) {
             return rewound;
@@ -272,6 +284,10 @@ bool FfmpegDecoder::decodeMore() {
 }
 
 size_t FfmpegDecoder::read(float* out, size_t frames) {
+    if (endFrame_ != UnknownFrames) {
+        frames = static_cast<size_t>(
+            std::min<uint64_t>(frames, endFrame_ - std::min(endFrame_, nextFrame_)));
+    }
     size_t written = 0;
     while (written < frames) {
         const size_t available = pending_.size() / 2 - pendingOffset_;
@@ -287,6 +303,7 @@ size_t FfmpegDecoder::read(float* out, size_t frames) {
         pendingOffset_ += count;
         written += count;
     }
+    nextFrame_ += written;
     return written;
 }
 
@@ -367,6 +384,7 @@ Result FfmpegDecoder::containerSeek(uint64_t frame) {
             }
             const auto skip = static_cast<size_t>(static_cast<int64_t>(frame) - position);
             pendingOffset_ = std::min(skip, pending_.size() / 2);
+            nextFrame_ = frame;
             return Result::Ok;
         }
         if (retry) {
@@ -374,6 +392,7 @@ Result FfmpegDecoder::containerSeek(uint64_t frame) {
         }
         // The data ended before the target: fine exactly at the end, a failure before it.
         if (lastError_ == Result::Ok && (frame >= lengthFrames_ || counted > 0 || !first)) {
+            nextFrame_ = frame;
             return Result::Ok;
         }
         return Result::SeekFailed;

@@ -1,7 +1,9 @@
 #pragma once
 // Decodes files, memory blocks and http(s) streams with FFmpeg into interleaved stereo float at
 // the source's own rate. Encoder delay and padding that the demuxer reports are trimmed by the
-// codec, so sample counts are exact. Seeking is sample-accurate: a container seek a little
+// codec (MP3 LAME/Xing, Opus pre-skip and end granule, Vorbis, AAC priming in MP4); the padding
+// at the end of an MP4 file, which FFmpeg leaves in, is cut at the length the container states.
+// So sample counts are exact. Seeking is sample-accurate: a container seek a little
 // before the target, then decode and discard up to it. A live stream that drops after it has
 // played is reconnected as NetworkOptions allow, and its ICY title is kept for display.
 //
@@ -101,6 +103,8 @@ private:
     uint64_t lengthFrames_ = UnknownFrames;
     int readTimeoutMs_ = 0;
     int64_t startTimestamp_ = AV_NOPTS_VALUE; // timestamp of output frame 0
+    uint64_t endFrame_ = UnknownFrames;       // the exact end the container states, if any
+    uint64_t nextFrame_ = 0;                  // frame index of the next frame read() gives
     std::vector<float> pending_;              // decoded stereo frames not yet read
     size_t pendingOffset_ = 0;                // in frames
     bool flushed_ = false;                    // the decoder has been sent the end of input

@@ -134,6 +134,7 @@ Result openFfmpegInput(const SourceLocation& where, const DecoderSource& source,
     out->network = where.kind == SourceKind::NetworkUrl;
     out->guard = std::make_unique<InputGuard>();
     out->guard->obey(interruption);
+    out->guard->cancelWith(source.cancel);
 
     AVFormatContext* context = avformat_alloc_context();
     if (context == nullptr) {

@@ -7,15 +7,18 @@
 //   keeps in memory what it cannot yet use (a tag of hundreds of megabytes, a packet that never
 //   ends), so memory would otherwise grow with the bytes the server sends.
 // - An interruption (StreamInterruption.h) ends a blocked call when the sound goes away.
+// - A cancel flag from the caller of the open ends it when nobody waits for it any more.
 //
 // Threading: arm/watch/noteProgress and the callback run on the decoder's thread; only the
-// interruption is set from other threads (it is atomic).
+// interruption and the cancel flag are set from other threads (they are atomic).
 
 #include "FfmpegHeaders.h"
 #include "StreamInterruption.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <memory>
 
 namespace audio::ffmpeg {
 
@@ -41,11 +44,19 @@ public:
     // From now on `interruption` (null: none; it must outlive the guard) also aborts calls.
     void obey(const StreamInterruption* interruption) { interruption_ = interruption; }
     bool interrupted() const { return interruption_ != nullptr && interruption_->interrupted(); }
+    // From now on `cancel` (null: none) turning true also aborts calls.
+    void cancelWith(std::shared_ptr<const std::atomic<bool>> cancel) {
+        cancel_ = std::move(cancel);
+    }
+    bool cancelled() const { return cancel_ != nullptr && cancel_->load(); }
 
     // AVIOInterruptCB callback (opaque = this): non-zero aborts the blocked call.
     static int interrupt(void* opaque) {
         const auto* guard = static_cast<const InputGuard*>(opaque);
-        return guard->timedOut() || guard->overBudget() || guard->interrupted() ? 1 : 0;
+        return guard->timedOut() || guard->overBudget() || guard->interrupted() ||
+                       guard->cancelled()
+                   ? 1
+                   : 0;
     }
 
 private:
@@ -55,6 +66,7 @@ private:
     int64_t budget_ = 0;
     int64_t progressAt_ = 0;
     const StreamInterruption* interruption_ = nullptr;
+    std::shared_ptr<const std::atomic<bool>> cancel_;
 };
 
 } // namespace audio::ffmpeg
