@@ -3,7 +3,12 @@
 
 #include <QApplication>
 
+#include <malloc.h>
+
 int main(int argc, char* argv[]) {
+    // Each thread that allocates would get a malloc arena of its own, keeping what it freed;
+    // the player's few worker threads share two.
+    mallopt(M_ARENA_MAX, 2);
     QApplication application(argc, argv);
     // Before the window loads anything: a SIGTERM during start-up then waits for it to finish
     // and closes the window the normal way, with settings and playlist saved.
