@@ -7,6 +7,7 @@
 #include "PlaybackSequencer.h"
 #include "PlayerSkin.h"
 #include "SoundEngine.h"
+#include "StartupTrace.h"
 #include "aboutDlg.h"
 #include "settingsDlg.h"
 #include "ui_MP3Database.h"
@@ -67,6 +68,7 @@ MP3Database::MP3Database(int argc, char* argv[], QWidget* parent, Qt::WindowFlag
                             qPrintable(commandLine.output));
     }
     engine_->init(output);
+    startupTrace_ = StartupTrace::fromEnvironment(this, engine_.get());
     ui->setupUi(this);
     setWindowFlags(Qt::FramelessWindowHint);
     setWindowIcon(QIcon("Resources/mp3.png"));

@@ -9,6 +9,7 @@
 
 #include "Audio.h"
 #include "PlaylistEntry.h"
+#include "ShownDisplays.h"
 #include "TimeText.h"
 #include "WindowSnapping.h"
 
@@ -24,6 +25,7 @@ class LevelMeter;
 class PlayList;
 class SoundEngine;
 class PlaybackSequencer;
+class StartupTrace;
 
 namespace Ui {
 class MP3DatabaseClass;
@@ -136,7 +138,8 @@ private:
     std::unique_ptr<SoundEngine> engine_;
     std::unique_ptr<PlaybackSequencer> sequencer_;
     std::unique_ptr<LevelMeter> levelMeter_;
-    PlayList* playList_ = nullptr; // a child window, deleted in closeEvent
+    PlayList* playList_ = nullptr;               // a child window, deleted in closeEvent
+    std::unique_ptr<StartupTrace> startupTrace_; // only with TAMBERLO_TRACE_STARTUP set
 
     PlaylistEntry currentEntry_; // copy taken right after the load
     int subsongCount_ = 1;
@@ -147,6 +150,9 @@ private:
     bool timeDisplayElapsed_ = true;
     bool preloaded_ = false; // never set: every start loads its song
     bool shutDown_ = false;
+    ShownTime shownTime_; // what updateTimeLabel and refreshInfoLabels last wrote
+    QString shownTimeText_;
+    ShownInfo shownInfo_;
 
     // Dragging the frameless window by its top bar.
     bool dragging_ = false;
