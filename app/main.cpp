@@ -54,7 +54,17 @@ void openHandedPaths(MP3Database& window, const QStringList& paths, bool enqueue
 
 } // namespace
 
+#include <malloc.h>
+
 int main(int argc, char* argv[]) {
+    // Each thread that allocates would get a malloc arena of its own, keeping what it freed;
+    // the player's few worker threads share two.
+    mallopt(M_ARENA_MAX, 2);
+    // The player's repaints are a few rows of the level meter 50 times a second; with X shared
+    // memory each one waits for the server's answer, which costs more than sending the pixels.
+    if (!qEnvironmentVariableIsSet("QT_XCB_NO_MITSHM")) {
+        qputenv("QT_XCB_NO_MITSHM", "1");
+    }
     // Before QApplication, so --help and --version need no display.
     const ParsedCommandLine parsed = parseCommandLine(argumentsOf(argc, argv));
     if (parsed.action == ParsedCommandLine::Action::Exit) {

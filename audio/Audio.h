@@ -255,6 +255,10 @@ public:
     // Cost of the real-time mixing so far: median and 99th percentile of the time spent per
     // callback as a share of the buffer period (0..1+), for benchmarks. Zero when unmeasured.
     void getCallbackLoad(double* median, double* p99) const;
+    // When the first real-time callback whose mix was not silent started, as
+    // std::chrono::steady_clock ticks since its epoch (start-up measurements); 0 before that,
+    // and always 0 on the offline output.
+    int64_t firstSoundTime() const;
 
     ~System();
     System(const System&) = delete;

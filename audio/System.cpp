@@ -161,6 +161,10 @@ void System::getCallbackLoad(double* median, double* p99) const {
     }
 }
 
+int64_t System::firstSoundTime() const {
+    return core_->initialised() ? core_->mixer()->firstSound() : 0;
+}
+
 Result createSoundFromDecoder(System* system, std::unique_ptr<Decoder> decoder, Mode mode,
                               Sound** sound) {
     if (system == nullptr || decoder == nullptr || sound == nullptr) {

@@ -3,14 +3,14 @@
 // ripper) are looked up there and never in the current directory, which may be a music folder
 // that anybody could have filled.
 //
-// Threading: any thread (reads the application object's path or /proc/self/exe).
+// Threading: any thread (reads /proc/self/exe).
 
 #include <string>
 
 namespace engine_detail {
 
-// QCoreApplication::applicationDirPath() when an application object exists, else the folder of
-// /proc/self/exe; "." when neither can be read.
+// The folder of /proc/self/exe (what QCoreApplication::applicationDirPath gives too, without
+// tying the engine to Qt); "." when it cannot be read.
 std::string applicationFolder();
 
 } // namespace engine_detail

@@ -2,16 +2,26 @@
 // LevelMeter: turns the playing slot's output waveform into a level picture in the player's
 // meter label. The player's 20 ms timer calls update() while a song plays; update() is also
 // where the sound library's periodic System::update runs, so it must keep being called even
-// when the meter is hidden.
+// when the meter is hidden. The meter paints the label itself (an event filter on its paint
+// events) and asks for a repaint of only the rows whose picture changed, so a steady level
+// costs no painting at all; while the label is hidden or its window minimised it measures and
+// paints nothing.
 //
 // Threading: GUI thread only (it paints a QLabel and drives the SoundEngine).
 
+#include <QObject>
 #include <QPixmap>
 #include <QSize>
 #include <memory>
 
 class QLabel;
+class QWidget;
 class SoundEngine;
+
+// Whether what `widget`'s window shows can be seen: false while the window is minimised (Qt
+// still calls it visible) or after it was hidden; true for a window never shown or hidden at
+// all, which is one driven without a screen (tests, tools) that reads its widgets directly.
+bool windowCanBeSeen(const QWidget& widget);
 
 // The level of one reading: the mean magnitude of `sensitivity` left and right waveform values
 // (1.0 = full scale) in the meter's integer steps, as a factor of the label height:
@@ -20,15 +30,16 @@ class SoundEngine;
 // silence 0. sensitivity must be 1..16384 and both arrays must hold that many values.
 float levelScale(const float* left, const float* right, int sensitivity, float multiplier);
 
-class LevelMeter {
+class LevelMeter : public QObject {
 public:
     static constexpr int MaxSensitivity = 16384; // values per side the wave buffers hold
     static constexpr int MinSensitivity = 1;
 
     // Draws into `label` (not owned) from `engine`'s channels (not owned; both must outlive
-    // the meter). Allocates the two 65,536-byte wave buffers once.
+    // the meter). Allocates the two 65,536-byte wave buffers once. The label becomes opaque
+    // (WA_OpaquePaintEvent) and its own text or pixmap is no longer drawn.
     LevelMeter(QLabel* label, SoundEngine* engine);
-    ~LevelMeter();
+    ~LevelMeter() override;
     LevelMeter(const LevelMeter&) = delete;
     LevelMeter& operator=(const LevelMeter&) = delete;
 
@@ -42,14 +53,18 @@ public:
     void setMultiplier(float multiplier) { multiplier_ = multiplier; }
     float multiplier() const { return multiplier_; }
     // 0 draws bars, anything else a round picture.
-    void setStyle(int style) { style_ = style; }
+    void setStyle(int style);
 
-    // Fetches the waveform of the slot's channel (left, then right), runs System::update,
-    // computes the level and replaces the label's picture. Without a song the library refuses
-    // the waveform and the buffers keep their last contents.
+    // Runs System::update; when the label can be seen (windowCanBeSeen), also fetches the waveform of the slot's
+    // channel (left, then right), computes the level and shows it. Without a song the library
+    // refuses the waveform and the buffers keep their last contents.
     void update();
-    // Paints the label with the blank background picture.
-    void clear();
+    // Shows the picture for `scale` (see barPicture and roundPicture): repaints the rows that
+    // differ from the picture shown, nothing when none does.
+    void show(float scale);
+    // Shows the blank background picture (the picture for scale 0). Before the first show or
+    // clear the label is left as it is.
+    void clear() { show(0.0f); }
     // The level of the last update (see levelScale).
     float lastScale() const { return lastScale_; }
 
@@ -60,7 +75,14 @@ public:
     static QPixmap roundPicture(QSize size, float scale);
     static QPixmap blankPicture(QSize size);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    // Rows from the bottom that the bars cover for `scale` in a label of `height` rows.
+    static int barRows(int height, float scale);
+    void paintLabel();
+
     QLabel* label_;
     SoundEngine* engine_;
     int sensitivity_ = 20;
@@ -70,4 +92,7 @@ private:
     int slot_ = 0;
     int style_ = 0;
     float lastScale_ = 0;
+    bool drawn_ = false;   // whether the meter has painted the label yet
+    float shownScale_ = 0; // what the label shows (or will at its next paint)
+    QPixmap fullBars_;     // barPicture at full height for the label's size, made on first use
 };

@@ -29,6 +29,11 @@ constexpr CodecPlugin CodecPlugins[] = {
     {"codec_ym", false},
 };
 
+// Channels the System reserves (ring, resampler and wave history each, about 420 KB). The
+// player plays one song at a time on two alternating slots; a song change stops one channel,
+// which is reclaimed a mixer callback later, so eight leave room for quick changes in a row.
+constexpr int ReservedChannels = 8;
+
 // Parameter indices of the library's units.
 enum ReverbParameter { RoomSize, Damp, WetMix, DryMix, Width };
 enum NormalizerParameter { FadeTime, Threshold, MaxAmp };
@@ -96,7 +101,7 @@ void SoundEngine::init(const audio::OutputSpec& output) {
     lastResult = system->getSpeakerMode(0, &speakerMode);
     checkResult(lastResult, "");
 
-    lastResult = system->init(32, output);
+    lastResult = system->init(ReservedChannels, output);
     checkResult(lastResult, "");
 
     // Both units start bypassed; the settings switch them on.

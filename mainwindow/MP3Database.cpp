@@ -9,6 +9,7 @@
 #include "PlayerSkin.h"
 #include "SongLoader.h"
 #include "SoundEngine.h"
+#include "StartupTrace.h"
 #include "aboutDlg.h"
 #include "settingsDlg.h"
 #include "ui_MP3Database.h"
@@ -47,6 +48,7 @@ MP3Database::MP3Database(const PlayerStartup& startup, QWidget* parent, Qt::Wind
                             qPrintable(startup.output));
     }
     engine_->init(output);
+    startupTrace_ = StartupTrace::fromEnvironment(this, engine_.get());
     ui->setupUi(this);
     setWindowFlags(Qt::FramelessWindowHint);
     setWindowIcon(QIcon(skin::resourcePath(appDir, "mp3.png")));

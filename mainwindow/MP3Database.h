@@ -11,6 +11,7 @@
 
 #include "Audio.h"
 #include "PlaylistEntry.h"
+#include "ShownDisplays.h"
 #include "TimeText.h"
 #include "WindowSnapping.h"
 
@@ -28,6 +29,7 @@ class SoundEngine;
 class PlaybackSequencer;
 class SongLoader;
 struct SequencedEntry;
+class StartupTrace;
 
 namespace Ui {
 class MP3DatabaseClass;
@@ -174,7 +176,8 @@ private:
     std::unique_ptr<SongLoader> loader_; // before the sequencer, which uses it
     std::unique_ptr<PlaybackSequencer> sequencer_;
     std::unique_ptr<LevelMeter> levelMeter_;
-    PlayList* playList_ = nullptr; // a child window, deleted in closeEvent
+    PlayList* playList_ = nullptr;               // a child window, deleted in closeEvent
+    std::unique_ptr<StartupTrace> startupTrace_; // only with TAMBERLO_TRACE_STARTUP set
 
     PlaylistEntry currentEntry_; // copy taken right after the load
     int loadingRow_ = -1;        // the row whose song is being started
@@ -186,6 +189,9 @@ private:
     bool timeDisplayElapsed_ = true;
     bool preloaded_ = false; // the next entry is prepared: starting it skips the loading step
     bool shutDown_ = false;
+    ShownTime shownTime_; // what updateTimeLabel and refreshInfoLabels last wrote
+    QString shownTimeText_;
+    ShownInfo shownInfo_;
 
     // Dragging the frameless window by its top bar.
     bool dragging_ = false;

@@ -11,6 +11,18 @@
 #include <QDebug>
 #include <QFile>
 
+namespace {
+
+// Sets `label`'s text only when it differs: the comparison is far cheaper than the relayout
+// and repaint a change costs.
+void setChangedText(QLabel* label, const QString& text) {
+    if (label->text() != text) {
+        label->setText(text);
+    }
+}
+
+} // namespace
+
 // ---- sliders ----
 
 void MP3Database::on_sliderProgress_sliderReleased() {
@@ -226,23 +238,40 @@ void MP3Database::timerProgress() {
         }
         return;
     }
+    // Runs the library's housekeeping even when the meter is not drawn.
+    levelMeter_->update();
+    // Nobody sees the displays of a minimised or hidden window; the first tick after it comes
+    // back brings them up to date.
+    if (!windowCanBeSeen(*this)) {
+        return;
+    }
     if (!ui->sliderProgress->isSliderDown()) {
+        // Its valueChanged writes the time label too.
         ui->sliderProgress->setValue(static_cast<int>(tick.positionMs));
         updateTimeLabel(tick.positionMs);
     }
-    levelMeter_->update();
     refreshInfoLabels();
 }
 
 void MP3Database::updateTimeLabel(std::uint32_t positionMs) {
+    // Called twice a tick (the slider's valueChanged and the tick itself) while the text
+    // changes once a second: the text is built only when the shown second changes.
     const std::uint32_t length = currentEntry_.lengthMs;
-    if (timeDisplayElapsed_) {
-        ui->labelCurrentTime->setText(formatTime(positionMs));
-    } else if (length == PlaylistEntry::UnknownLength) {
-        ui->labelCurrentTime->setText("??:??");
-    } else {
-        ui->labelCurrentTime->setText("-" + formatTime(length - positionMs));
+    const bool unknown = length == PlaylistEntry::UnknownLength;
+    const std::uint32_t shownMs = timeDisplayElapsed_ ? positionMs : length - positionMs;
+    const ShownTime shown{timeDisplayElapsed_, unknown, shownMs / 1000};
+    if (shown == shownTime_ && ui->labelCurrentTime->text() == shownTimeText_) {
+        return;
     }
+    shownTime_ = shown;
+    if (timeDisplayElapsed_) {
+        shownTimeText_ = formatTime(positionMs);
+    } else if (unknown) {
+        shownTimeText_ = QStringLiteral("??:??");
+    } else {
+        shownTimeText_ = "-" + formatTime(length - positionMs);
+    }
+    setChangedText(ui->labelCurrentTime, shownTimeText_);
 }
 
 void MP3Database::refreshInfoLabels() {
@@ -251,11 +280,14 @@ void MP3Database::refreshInfoLabels() {
     if (audio::Sound* sound = engine_->getSound(sequencer_->slot())) {
         sound->getStreamStatus(&stream);
     }
-    const QString title =
-        PlayList::shownTitle(stream.title.empty() ? currentEntry_.title : stream.title) + " (" +
-        formatTime(currentEntry_.lengthMs) + ")";
-    if (ui->labelTitle->text() != title) {
-        ui->labelTitle->setText(title);
+    const std::string& titleSource = stream.title.empty() ? currentEntry_.title : stream.title;
+    if (titleSource != shownInfo_.title || currentEntry_.lengthMs != shownInfo_.lengthMs ||
+        ui->labelTitle->text() != shownInfo_.titleText) {
+        shownInfo_.title = titleSource;
+        shownInfo_.lengthMs = currentEntry_.lengthMs;
+        shownInfo_.titleText =
+            PlayList::shownTitle(titleSource) + " (" + formatTime(currentEntry_.lengthMs) + ")";
+        setChangedText(ui->labelTitle, shownInfo_.titleText);
     }
     unsigned positionMs = 0;
     unsigned positionBytes = 0;
@@ -263,9 +295,21 @@ void MP3Database::refreshInfoLabels() {
     current.getPosition(&positionMs, audio::TimeUnit::Ms);
     current.getPosition(&positionBytes, audio::TimeUnit::RawBytes);
     const unsigned bitRate = positionMs == 0 ? 0 : positionBytes / positionMs * 8;
-    ui->labelInfo->setText(
-        "Subsong: " + QString::number(currentSubsong_ + 1) + "/" + QString::number(subsongCount_) +
-        "\nkhz: " + QString::number(engine_->getBaseFrequency(sequencer_->slot())) + "\n" +
-        QString::fromStdString(currentEntry_.formatName) +
-        "\nBitrate: " + QString::number(bitRate));
+    const int frequency = engine_->getBaseFrequency(sequencer_->slot());
+    if (currentSubsong_ == shownInfo_.subsong && subsongCount_ == shownInfo_.subsongCount &&
+        frequency == shownInfo_.frequency && bitRate == shownInfo_.bitRate &&
+        currentEntry_.formatName == shownInfo_.formatName &&
+        ui->labelInfo->text() == shownInfo_.infoText) {
+        return;
+    }
+    shownInfo_.subsong = currentSubsong_;
+    shownInfo_.subsongCount = subsongCount_;
+    shownInfo_.frequency = frequency;
+    shownInfo_.bitRate = bitRate;
+    shownInfo_.formatName = currentEntry_.formatName;
+    shownInfo_.infoText = "Subsong: " + QString::number(currentSubsong_ + 1) + "/" +
+                          QString::number(subsongCount_) + "\nkhz: " + QString::number(frequency) +
+                          "\n" + QString::fromStdString(currentEntry_.formatName) +
+                          "\nBitrate: " + QString::number(bitRate);
+    setChangedText(ui->labelInfo, shownInfo_.infoText);
 }

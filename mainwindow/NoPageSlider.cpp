@@ -30,6 +30,37 @@ void NoPageSlider::initStyleOption(QStyleOptionSlider* option) const {
     }
 }
 
+int NoPageSlider::handleOffset(int value) const {
+    // Measured from the minimum's end whichever way the slider runs: only equality matters.
+    return QStyle::sliderPositionFromValue(minimum(), maximum(), value, handleTravel_);
+}
+
+void NoPageSlider::sliderChange(SliderChange change) {
+    // The style's handle rectangle costs far more than this sum, and the position slider gets
+    // a new value every 20 ms.
+    if (change == SliderValueChange && handleTravel_ >= 0 &&
+        handleOffset(sliderPosition()) == paintedOffset_) {
+        return; // the picture would be the same
+    }
+    QSlider::sliderChange(change);
+}
+
+void NoPageSlider::paintEvent(QPaintEvent* event) {
+    // The pixels the handle travels from one end to the other, measured with the style.
+    QStyleOptionSlider option;
+    initStyleOption(&option);
+    option.sliderPosition = minimum();
+    const QRect first =
+        style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, this);
+    option.sliderPosition = maximum();
+    const QRect last =
+        style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, this);
+    handleTravel_ = orientation() == Qt::Horizontal ? std::abs(last.x() - first.x())
+                                                    : std::abs(last.y() - first.y());
+    paintedOffset_ = handleOffset(sliderPosition());
+    QSlider::paintEvent(event);
+}
+
 int NoPageSlider::pixelPosToRangeValue(int pos) const {
     QStyleOptionSlider option;
     initStyleOption(&option);

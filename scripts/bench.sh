@@ -19,6 +19,8 @@ echo "#### module ripper (writes -1.mod into a scratch folder)"
 scratch=$(mktemp -d)
 (cd "$scratch" && "$OLDPWD/build/bin/bench_ripper_scan")
 rm -rf "$scratch"
+echo "#### the player playing, under Xvfb: CPU per thread, memory, start-up"
+bench/mainwindow/quiet-player.sh build
 for extra in build/bench/bench-window-*; do
     [ -x "$extra" ] && { echo "#### $(basename "$extra")"; "$extra"; }
 done

@@ -60,6 +60,8 @@ public:
     }
 
     size_t capacity() const { return mask_ + 1; }
+    // Blocks the consumer has released so far (counts on across laps; reset() restarts it).
+    size_t consumed() const { return tail_.load(std::memory_order_acquire); }
     void reset() {
         head_.store(0, std::memory_order_relaxed);
         tail_.store(0, std::memory_order_relaxed);

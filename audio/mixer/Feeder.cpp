@@ -2,7 +2,7 @@
 
 #include "SampleGuard.h"
 
-#include <chrono>
+#include <algorithm>
 
 namespace audio::detail {
 
@@ -112,8 +112,27 @@ bool Feeder::produce() {
     return true;
 }
 
+std::chrono::nanoseconds Feeder::nextPause(std::chrono::steady_clock::time_point now) {
+    // The mixer drains the ring at the channel's speed, which the worker does not know: it
+    // measures it over the last pause and sleeps for about a quarter of the time the mixer
+    // needs to drain the whole ring at that speed. A ring that did not drain at all (paused)
+    // doubles the pause. Both within MinPause..MaxPause.
+    const size_t consumed = ring_.consumed();
+    const size_t drained = consumed - lastConsumed_;
+    const auto elapsed = now - lastLook_;
+    lastConsumed_ = consumed;
+    lastLook_ = now;
+    std::chrono::nanoseconds pause = pause_ * 2;
+    if (drained > 0) {
+        pause = elapsed * ring_.capacity() / (4 * drained);
+    }
+    pause_ = std::clamp<std::chrono::nanoseconds>(pause, MinPause, MaxPause);
+    return pause_;
+}
+
 void Feeder::run() {
-    using namespace std::chrono_literals;
+    lastLook_ = std::chrono::steady_clock::now();
+    lastConsumed_ = ring_.consumed();
     for (;;) {
         {
             std::lock_guard lock(mutex_);
@@ -122,10 +141,11 @@ void Feeder::run() {
             }
         }
         if (!produce()) {
-            // The ring is full or the data has ended: wait for the mixer to drain a few blocks
+            // The ring is full or the data has ended: wait for the mixer to drain some blocks
             // (polling keeps the real-time side free of any wake-up call) or for a request.
+            const auto pause = nextPause(std::chrono::steady_clock::now());
             std::unique_lock lock(mutex_);
-            wake_.wait_for(lock, 5ms, [this] { return quit_ || request_.pending; });
+            wake_.wait_for(lock, pause, [this] { return quit_ || request_.pending; });
         }
     }
     exited_.store(true, std::memory_order_release);

@@ -12,6 +12,7 @@
 #include "Voice.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -50,6 +51,11 @@ private:
     };
     void run();
     void applyRequest();
+    // How long the worker waits for the mixer when the ring is full (see Feeder.cpp).
+    std::chrono::nanoseconds nextPause(std::chrono::steady_clock::time_point now);
+
+    static constexpr std::chrono::nanoseconds MinPause = std::chrono::milliseconds(5);
+    static constexpr std::chrono::nanoseconds MaxPause = std::chrono::milliseconds(40);
 
     BlockRing& ring_;
     std::shared_ptr<FrameSource> source_;
@@ -65,6 +71,11 @@ private:
     uint64_t nextFrame_ = 0;
     bool ended_ = false;
     bool failed_ = false; // the last seek or subsong switch failed
+
+    // Worker-side pacing.
+    std::chrono::steady_clock::time_point lastLook_;
+    size_t lastConsumed_ = 0;
+    std::chrono::nanoseconds pause_ = MinPause;
 };
 
 } // namespace audio::detail

@@ -57,6 +57,10 @@ void Mixer::renderTimed(float* out, size_t frames) {
     const uint64_t at = loadCount_.load(std::memory_order_relaxed);
     load_[at % LoadHistory].store(static_cast<uint32_t>(share * 1e6), std::memory_order_relaxed);
     loadCount_.store(at + 1, std::memory_order_release);
+    if (firstSound_.load(std::memory_order_relaxed) == 0 &&
+        std::any_of(out, out + frames * 2, [](float v) { return v != 0.0f; })) {
+        firstSound_.store(start.time_since_epoch().count(), std::memory_order_relaxed);
+    }
 }
 
 void Mixer::callbackLoad(double* median, double* p99) const {

@@ -37,6 +37,9 @@ public:
     float masterVolume() const { return masterVolume_.load(std::memory_order_relaxed); }
     uint64_t underruns() const { return underruns_.load(std::memory_order_relaxed); }
     void callbackLoad(double* median, double* p99) const;
+    // steady_clock ticks at the start of the first timed render whose output was not silent;
+    // 0 before.
+    int64_t firstSound() const { return firstSound_.load(std::memory_order_relaxed); }
 
 private:
     static constexpr size_t LoadHistory = 1 << 16;
@@ -51,6 +54,7 @@ private:
     std::unique_ptr<std::atomic<uint32_t>[]> load_;
     std::atomic<uint64_t> loadCount_{0};
     uint64_t pass_ = 0; // render-private: numbers the chunks for Voice::render
+    std::atomic<int64_t> firstSound_{0};
 };
 
 } // namespace audio::detail
