@@ -4,32 +4,7 @@
 # when the signal comes; only then does the server let go. The player must finish starting,
 # close the normal way (exit code 0) and save settings.ini and the last playlist.
 set -u
-player=$1
-appdir=$(dirname "$player")
-work=$(mktemp -d)
-settings="$appdir/settings.ini"
-saved=""
-if [ -f "$settings" ]; then saved="$work/settings.ini.saved"; cp "$settings" "$saved"; fi
-server=""
-cleanup() {
-    [ -n "$server" ] && kill "$server" 2>/dev/null
-    rm -f "$settings"
-    [ -n "$saved" ] && cp "$saved" "$settings"
-    rm -rf "$work"
-}
-trap cleanup EXIT
-fail() { echo "FAIL: $*"; exit 1; }
-# Waits (at most 20 s) until the file $1 exists.
-waitFor() {
-    for _ in $(seq 400); do [ -e "$1" ] && return 0; sleep 0.05; done
-    return 1
-}
-
-export TMPDIR="$work/tmp"
-# A runtime folder of its own: the player does not hand its files to another one running.
-export XDG_RUNTIME_DIR="$work/run" && mkdir -m 700 "$XDG_RUNTIME_DIR"
-mkdir -p "$TMPDIR"
-rm -f "$settings"
+. "$(dirname "$0")/../support/player-test-env.sh" "$1"
 
 # One connection: accepted, reported, held until "release" appears, then closed.
 python3 - "$work" <<'PY' &
@@ -48,13 +23,13 @@ while not os.path.exists(work + "/release"):
 connection.close()
 listener.close()
 PY
-server=$!
-waitFor "$work/port" || fail "the test server did not start"
+pids+=($!)
+waitFor test -e "$work/port" || fail "the test server did not start"
 url="http://127.0.0.1:$(cat "$work/port")/stream"
 
 QT_QPA_PLATFORM=offscreen TAMBERLO_OUTPUT=null "$player" "$url" &
 pid=$!
-waitFor "$work/connected" || { kill -KILL $pid; fail "the player never asked for the stream"; }
+waitFor test -e "$work/connected" || { kill -KILL $pid; fail "the player never asked for the stream"; }
 kill -TERM $pid
 touch "$work/release"
 wait $pid

@@ -9,34 +9,14 @@
 #   - of three starts at the same moment exactly one stays.
 #   single_instance_test.sh PLAYER
 set -u
-player=$1
-appdir=$(dirname "$player")
-work=$(mktemp -d)
-settings="$appdir/settings.ini"
-saved=""
-if [ -f "$settings" ]; then saved="$work/settings.ini.saved"; cp "$settings" "$saved"; fi
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill -KILL "$pid" 2>/dev/null; done
-    rm -f "$settings"
-    [ -n "$saved" ] && cp "$saved" "$settings"
-    rm -rf "$work"
-}
-trap cleanup EXIT
-fail() { echo "FAIL: $*"; exit 1; }
+. "$(dirname "$0")/../support/player-test-env.sh" "$1"
 
 export QT_QPA_PLATFORM=offscreen TAMBERLO_OUTPUT=null
-export TMPDIR="$work/tmp" XDG_RUNTIME_DIR="$work/run"
-mkdir -p "$TMPDIR" "$work/songs" && mkdir -m 700 "$XDG_RUNTIME_DIR"
+mkdir -p "$work/songs"
 socket="$XDG_RUNTIME_DIR/tamberlo-$(id -u).socket"
-rm -f "$settings" # the defaults: the last playlist is saved at exit
 for name in first second third; do
     cp "$appdir/Resources/demo/tamberlo-demo.mod" "$work/songs/$name.mod"
 done
-log="$appdir/logfile.html"
-touch "$log"
-logStart=$(wc -l < "$log")
-newLog() { tail -n +"$((logStart + 1))" "$log"; }
 
 # Arguments | exit code | a line of the output (stdout and stderr together) matching it.
 while IFS='|' read -r arguments code pattern; do
@@ -59,10 +39,6 @@ start() {
     "$player" "$@" 2>> "$work/player.err" &
     started=$!
     pids+=("$started")
-}
-waitFor() { # a command, tried for at most 20 s
-    for _ in $(seq 200); do "$@" && return 0; sleep 0.1; done
-    return 1
 }
 loaded() { newLog | grep -q "Loading song: $work/songs/$1"; }
 alive() { kill -0 "$1" 2>/dev/null; }
@@ -115,7 +91,7 @@ start; a=$started
 start; b=$started
 start; c=$started
 countAlive() { local n=0 pid; for pid in $a $b $c; do alive "$pid" && n=$((n + 1)); done; echo $n; }
-waitFor test "$(countAlive)" -le 1
+waitFor '[ "$(countAlive)" -le 1 ]'
 sleep 1
 [ "$(countAlive)" -eq 1 ] || fail "$(countAlive) of 3 simultaneous starts became players"
 for pid in $a $b $c; do

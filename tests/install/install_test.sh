@@ -19,7 +19,7 @@ cmake --install "$build" --prefix "$prefix" > "$work/install.log" 2>&1 ||
 appdir="$prefix/$appsub"
 QT_QPA_PLATFORM=offscreen "$checker" "$appdir" || exit 1
 
-# The player reads plugin/ from the current folder and keeps its temporary files in TMPDIR.
+# The player keeps its temporary files in TMPDIR.
 mkdir -p "$work/tmp"
 # A runtime folder of its own: the player does not hand its files to another one running.
 export XDG_RUNTIME_DIR="$work/run" && mkdir -m 700 "$XDG_RUNTIME_DIR"

@@ -5,32 +5,12 @@
 # playlist and current entry, which it saves again at its own SIGTERM. The temporary folder is
 # private; settings.ini beside the player is set aside and put back.
 set -u
-player=$1
-appdir=$(dirname "$player")
-work=$(mktemp -d)
-settings="$appdir/settings.ini"
-saved=""
-if [ -f "$settings" ]; then saved="$work/settings.ini.saved"; cp "$settings" "$saved"; fi
-cleanup() {
-    rm -f "$settings"
-    [ -n "$saved" ] && cp "$saved" "$settings"
-    rm -rf "$work"
-}
-trap cleanup EXIT
-fail() { echo "FAIL: $*"; exit 1; }
+. "$(dirname "$0")/../support/player-test-env.sh" "$1"
 
-export TMPDIR="$work/tmp"
-# A runtime folder of its own: the player does not hand its files to another one running.
-export XDG_RUNTIME_DIR="$work/run" && mkdir -m 700 "$XDG_RUNTIME_DIR"
-mkdir -p "$TMPDIR" "$work/songs"
+mkdir -p "$work/songs"
 sox -n -r 44100 -c 2 -b 16 "$work/songs/a.wav" synth 1 sine 440 vol 0.2
 sox -n -r 44100 -c 2 -b 16 "$work/songs/b.wav" synth 1 sine 550 vol 0.5
 sox -n -r 44100 -c 2 -b 16 "$work/songs/c.wav" synth 1 sine 660 vol 0.8
-rm -f "$settings"
-log="$appdir/logfile.html"
-touch "$log"
-logStart=$(wc -l < "$log")
-newLog() { tail -n +"$((logStart + 1))" "$log"; }
 
 # Runs the player with the given arguments under Xvfb until `ready` (a command) succeeds, then
 # SIGTERM; expects exit code 0.

@@ -6,32 +6,9 @@
 # bus, or with the name taken by another player, the player must still start, log one line
 # saying why, and end normally.
 set -u
-player=$1
 media=$2
-appdir=$(dirname "$player")
-work=$(mktemp -d)
-settings="$appdir/settings.ini"
-saved=""
-if [ -f "$settings" ]; then saved="$work/settings.ini.saved"; cp "$settings" "$saved"; fi
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null; done
-    rm -f "$settings"
-    [ -n "$saved" ] && cp "$saved" "$settings"
-    rm -rf "$work"
-}
-trap cleanup EXIT
-fail() { echo "FAIL: $*"; exit 1; }
-
-export QT_QPA_PLATFORM=offscreen TMPDIR="$work/tmp" XDG_RUNTIME_DIR="$work/run"
-mkdir -p "$TMPDIR" && mkdir -m 700 "$XDG_RUNTIME_DIR"
-rm -f "$settings"
-log="$appdir/logfile.html"
-touch "$log"
-logStart=$(wc -l < "$log")
-newLog() { tail -n +"$((logStart + 1))" "$log"; }
-# Waits up to 20 s for the command to succeed.
-waitFor() { for _ in $(seq 200); do eval "$1" && return 0; sleep 0.1; done; return 1; }
+. "$(dirname "$0")/../support/player-test-env.sh" "$1"
+export QT_QPA_PLATFORM=offscreen
 # Waits up to 10 s for process $1 to end and checks its exit code is 0.
 endsWithZero() {
     for _ in $(seq 100); do kill -0 "$1" 2>/dev/null || break; sleep 0.1; done
@@ -41,7 +18,7 @@ endsWithZero() {
 
 dbus-daemon --session --nofork --print-address=3 3>"$work/address" 2>/dev/null &
 pids+=($!)
-waitFor "[ -s '$work/address' ]" || fail "no dbus-daemon"
+waitFor test -s "$work/address" || fail "no dbus-daemon"
 DBUS_SESSION_BUS_ADDRESS=$(head -n 1 "$work/address")
 export DBUS_SESSION_BUS_ADDRESS
 name=org.mpris.MediaPlayer2.tamberlo
