@@ -22,6 +22,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace audio {
 
@@ -95,7 +96,11 @@ struct OutputInfo {
 };
 
 struct CreateSoundInfo {
-    size_t length = 0;           // OpenMemory: the block's size in bytes (the block is copied)
+    size_t length = 0; // OpenMemory: the block's size in bytes (the block is copied)
+    // OpenMemory: when set (and not empty), the sound reads this block, shared and never copied,
+    // and the first argument and `length` are not used. A large block is opened at no cost, and
+    // it is freed with the last sound (or caller) holding it, on that thread.
+    std::shared_ptr<const std::vector<uint8_t>> block;
     int connectTimeoutMs = 5000; // URLs: connect and first answer, 1..600000
     int readTimeoutMs = 5000;    // URLs: longest wait for more data while playing
     // Only this part of the source plays, as a sound of its own (a CUE sheet's track): ms from

@@ -20,7 +20,10 @@ Result System::createSound(const char* pathOrData, Mode mode, const CreateSoundI
     if (!core_->initialised()) {
         return Result::NotReady;
     }
-    if (pathOrData == nullptr || (hasMode(mode, Mode::Stream) && hasMode(mode, Mode::Sample))) {
+    const bool sharedBlock =
+        hasMode(mode, Mode::OpenMemory) && info != nullptr && info->block && !info->block->empty();
+    if ((pathOrData == nullptr && !sharedBlock) ||
+        (hasMode(mode, Mode::Stream) && hasMode(mode, Mode::Sample))) {
         return Result::InvalidParameter;
     }
     DecoderSource source;
@@ -36,11 +39,15 @@ Result System::createSound(const char* pathOrData, Mode mode, const CreateSoundI
         source.rangeEndMs = info->rangeEndMs;
         source.cancel = info->cancel;
     }
-    if (hasMode(mode, Mode::OpenMemory)) {
+    if (sharedBlock) {
+        source.memory = info->block;
+        source.path = "memory";
+    } else if (hasMode(mode, Mode::OpenMemory)) {
         if (info == nullptr || info->length == 0) {
             return Result::InvalidParameter;
         }
-        // Our own copy: the caller may free its block as soon as this returns.
+        // Our own copy: the caller may free its block as soon as this returns (info->block
+        // avoids it).
         const auto* bytes = reinterpret_cast<const uint8_t*>(pathOrData);
         source.memory = std::make_shared<const std::vector<uint8_t>>(bytes, bytes + info->length);
         source.path = "memory";

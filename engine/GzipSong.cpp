@@ -1,10 +1,12 @@
 #include "GzipSong.h"
 
+#include "LargeBlock.h"
 #include "RegularFile.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <sys/stat.h>
 #include <zlib.h>
 
 namespace engine_detail {
@@ -21,7 +23,20 @@ struct GzCloser {
 using GzFile = std::unique_ptr<gzFile_s, GzCloser>;
 
 constexpr size_t ReadChunk = 1u << 20;       // bytes unpacked per read
-constexpr size_t InitialReserve = 16u << 20; // reserved up front at most
+constexpr size_t InitialReserve = 16u << 20; // reserved up front when the trailer is not believed
+// Deflate turns at most 258 bytes into one code of at least 2 bits, so no member unpacks to more
+// than about 1032 times its compressed size.
+constexpr uint64_t MaxDeflateRatio = 1032;
+
+// The capacity to reserve before unpacking `claimed` bytes from a file of `fileBytes`: the
+// trailer's size when the compressed data could hold it, plus one read so that the read that
+// finds the end needs no more room; otherwise a modest start that grows with the data.
+size_t plannedCapacity(uint32_t claimed, uint64_t fileBytes) {
+    if (claimed <= fileBytes * MaxDeflateRatio) {
+        return size_t{claimed} + ReadChunk;
+    }
+    return static_cast<size_t>(std::min<uint64_t>(fileBytes * MaxDeflateRatio, InitialReserve));
+}
 
 // A stdio stream on the regular file at `path`; empty for anything else.
 File openRegularStream(const std::string& path) {
@@ -68,16 +83,24 @@ GzipUnpacked unpackGzipSong(const std::string& path, const std::atomic<bool>* ca
         return result;
     }
     UniqueFd fd = openRegularFile(path);
-    GzFile gz(fd ? gzdopen(fd.get(), "rb") : nullptr);
+    struct stat info {};
+    if (!fd || ::fstat(fd.get(), &info) != 0) {
+        return result;
+    }
+    GzFile gz(gzdopen(fd.get(), "rb"));
     if (!gz) {
         return result;
     }
     fd.release(); // gzclose closes it now
-    // The buffer grows with what really unpacks: a few bytes claiming hundreds of megabytes in
-    // their trailer cost no more than they hold. The trailer only states the last member's size
-    // (a file may hold several members, one after the other), so the data is read to its end,
-    // one byte beyond the limit at most; zlib checks every member's own trailer on the way.
-    result.data.reserve(std::min<size_t>(result.claimedBytes, InitialReserve));
+    // One allocation of the size the trailer states, when the compressed data could hold that
+    // much: growing a song-sized buffer step by step commits and copies memory several times
+    // over, and each step's release stalls the whole process. Only what really unpacks is ever
+    // touched, so a few bytes claiming hundreds of megabytes cost no more than they hold. The
+    // trailer only states the last member's size (a file may hold several members, one after
+    // the other), so the data is read to its end, one byte beyond the limit at most, and the
+    // buffer grows past the plan when there is more; zlib checks every member's own trailer.
+    reserveLargeBlock(result.data,
+                      plannedCapacity(result.claimedBytes, static_cast<uint64_t>(info.st_size)));
     size_t total = 0;
     bool failed = false;
     for (;;) {

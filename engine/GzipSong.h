@@ -38,9 +38,11 @@ struct GzipUnpacked {
     std::string detail; // zlib's message for Damaged
 };
 
-// Unpacks the whole file, every member in turn, into memory; at most MaxGzipSongBytes, and
-// memory grows with the data actually unpacked. zlib checks each member's trailer. `cancel`
-// (may be null) is looked at between chunks, so another thread can end a long unpack.
+// Unpacks the whole file, every member in turn, into memory; at most MaxGzipSongBytes. The
+// buffer is reserved once at the trailer's size when the compressed size makes that size
+// possible (else it starts small), and grows only when more data unpacks; memory is committed
+// only for the data actually unpacked. zlib checks each member's trailer. `cancel` (may be
+// null) is looked at between chunks, so another thread can end a long unpack.
 GzipUnpacked unpackGzipSong(const std::string& path, const std::atomic<bool>* cancel = nullptr);
 
 } // namespace engine_detail

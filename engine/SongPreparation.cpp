@@ -4,6 +4,7 @@
 
 #include "EngineLog.h"
 #include "GzipSong.h"
+#include "LargeBlock.h"
 #include "RegularFile.h"
 #include "RipFile.h"
 #include "RipperFallback.h"
@@ -11,6 +12,7 @@
 #include <sys/stat.h>
 
 using engine_detail::engineLog;
+using SharedBlock = std::shared_ptr<const std::vector<uint8_t>>;
 
 namespace {
 
@@ -60,19 +62,19 @@ audio::CreateSoundInfo createInfo(const SongOptions& options, size_t length) {
     return info;
 }
 
-// Creates `song.sound` from a memory block and keeps the result.
-void createFromMemory(audio::System* system, const std::vector<uint8_t>& block,
-                      PreparedSong& song) {
-    const audio::CreateSoundInfo info = createInfo(song.options, block.size());
+// Creates `song.sound` from a memory block, which the sound shares, and keeps the result.
+void createFromMemory(audio::System* system, const SharedBlock& block, PreparedSong& song) {
+    audio::CreateSoundInfo info = createInfo(song.options, block->size());
+    info.block = block;
     audio::Sound* sound = nullptr;
-    song.result = system->createSound(reinterpret_cast<const char*>(block.data()),
+    song.result = system->createSound(reinterpret_cast<const char*>(block->data()),
                                       memoryMode(song.options.accurate), &info, &sound);
     song.sound.reset(sound);
 }
 
 } // namespace
 
-void SoundEngine::createFromPathOrRip(PreparedSong& song, std::vector<uint8_t>* rippedBlock) const {
+void SoundEngine::createFromPathOrRip(PreparedSong& song, SharedBlock* rippedBlock) const {
     const std::string& path = song.path;
     const audio::CreateSoundInfo info = createInfo(song.options, 0);
     audio::Sound* sound = nullptr;
@@ -91,7 +93,7 @@ void SoundEngine::createFromPathOrRip(PreparedSong& song, std::vector<uint8_t>* 
                   MaxScanBytes >> 20, path.c_str(), size);
     }
     const std::string ripper = ripperPath.empty() ? engine_detail::defaultRipperPath() : ripperPath;
-    const engine_detail::RipOutcome rip =
+    engine_detail::RipOutcome rip =
         engine_detail::ripModule(ripper, path, ripperTimeout, song.options.cancel.get());
     if (rip.cancelled) {
         return;
@@ -105,8 +107,8 @@ void SoundEngine::createFromPathOrRip(PreparedSong& song, std::vector<uint8_t>* 
         return; // song.result still holds the library's refusal
     }
     engineLog(0, "Module ripper ripped a song!");
-    createFromMemory(system, rip.module, song);
-    *rippedBlock = std::move(rip.module);
+    *rippedBlock = engine_detail::shareBlock(std::move(rip.module));
+    createFromMemory(system, *rippedBlock, song);
 }
 
 PreparedSong SoundEngine::prepareSong(const std::string& path, const SongOptions& options) const {
@@ -119,10 +121,9 @@ PreparedSong SoundEngine::prepareSong(const std::string& path, const SongOptions
         return song;
     }
 
-    // Gzip files are unpacked and ripped modules read into this block, which is freed when this
-    // call returns: the library keeps its own copy of memory sounds, and the measurements are
-    // done by then.
-    std::vector<uint8_t> block;
+    // Gzip files are unpacked and ripped modules read into this block. The song's sound and the
+    // measurements share it (never copied), so it lives on with the sound.
+    SharedBlock block;
     // A named pipe would block every open until a writer comes, and a device may never end;
     // the library refuses them too, but the sniff below and the ripper must not even try.
     const bool notRegular = engine_detail::pathKind(path) == engine_detail::PathKind::NotRegular;
@@ -136,7 +137,7 @@ PreparedSong SoundEngine::prepareSong(const std::string& path, const SongOptions
             engine_detail::unpackGzipSong(path, options.cancel.get());
         switch (unpacked.status) {
         case engine_detail::GzipUnpacked::Status::Ok:
-            block = std::move(unpacked.data);
+            block = engine_detail::shareBlock(std::move(unpacked.data));
             break;
         case engine_detail::GzipUnpacked::Status::TooLarge:
             if (unpacked.claimedBytes > engine_detail::MaxGzipSongBytes) {
@@ -183,7 +184,7 @@ PreparedSong SoundEngine::prepareSong(const std::string& path, const SongOptions
 
     if (options.trim) {
         // A ripped module is measured from its block too: the file itself cannot be opened.
-        measure(song, block.empty() ? nullptr : &block);
+        measure(song, block);
     } else {
         song.endMs = lengthMsAsInt(song.sound.get());
     }
@@ -191,7 +192,7 @@ PreparedSong SoundEngine::prepareSong(const std::string& path, const SongOptions
     return song;
 }
 
-void SoundEngine::measure(PreparedSong& song, const std::vector<uint8_t>* block) const {
+void SoundEngine::measure(PreparedSong& song, const SharedBlock& block) const {
     const int cutoff = song.options.cutoff;
     if (block == nullptr) {
         song.startMs = findSoundStartFromPath(song.path, cutoff, song.options.range);
@@ -200,6 +201,7 @@ void SoundEngine::measure(PreparedSong& song, const std::vector<uint8_t>* block)
     }
     audio::CreateSoundInfo info = createInfo(song.options, block->size());
     info.cancel = nullptr;
+    info.block = block;
     song.startMs = findSoundStartFromMemory(block->data(), info, cutoff);
     song.endMs = findSoundEndFromMemory(block->data(), info, cutoff);
 }

@@ -20,6 +20,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -144,7 +145,8 @@ public:
     int findSoundStart(audio::Sound* sound, int threshold) const;
     int findSoundEnd(audio::Sound* sound, int threshold);
     // The openers: create the private sound (open-only stream) from a path (restricted to
-    // `range`) or a memory block of info.length bytes (and info's range), and measure it.
+    // `range`) or a memory block of info.length bytes (and info's range; with info.block set,
+    // that block is shared instead of copying `data`), and measure it.
     int findSoundStartFromPath(const std::string& path, int threshold,
                                const SongRange& range = {}) const;
     int findSoundStartFromMemory(const void* data, const audio::CreateSoundInfo& info,
@@ -160,8 +162,9 @@ public:
     void setRipperTimeout(std::chrono::milliseconds timeout) { ripperTimeout = timeout; }
 
 private:
-    // The private open-only sound a measurement decodes (from the path, or from a copy of the
-    // song's memory block); the creation result goes to *result and is logged; may be null.
+    // The private open-only sound a measurement decodes (from the path, or from the song's
+    // memory block: shared when info.block is set, else copied); the creation result goes to
+    // *result and is logged; may be null.
     audio::Sound* openMeasureSound(const std::string& path, const SongRange& range,
                                    audio::Result* result) const;
     audio::Sound* openMeasureSound(const void* data, const audio::CreateSoundInfo& info,
@@ -171,9 +174,12 @@ private:
 
     audio::Result releaseSlotSound(int slot);
     // Creates the song's sound from the file, or through the ripper when the library refuses it
-    // (then *rippedBlock receives the module the sound was made from).
-    void createFromPathOrRip(PreparedSong& song, std::vector<uint8_t>* rippedBlock) const;
-    void measure(PreparedSong& song, const std::vector<uint8_t>* block) const;
+    // (then *rippedBlock receives the module the sound was made from and shares).
+    void createFromPathOrRip(PreparedSong& song,
+                             std::shared_ptr<const std::vector<uint8_t>>* rippedBlock) const;
+    // Measures from the path, or from `block` (shared, not copied) when it is set.
+    void measure(PreparedSong& song,
+                 const std::shared_ptr<const std::vector<uint8_t>>& block) const;
 
     std::array<audio::Sound*, 2> sounds{}; // index = slot
     std::array<bool, 2> loaded{};          // the slot's sound must be released before reuse

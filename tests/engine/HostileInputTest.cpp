@@ -27,11 +27,13 @@ int16_t halfScaleTone(uint32_t frame, int) {
     return static_cast<int16_t>(16384 * std::sin(frame * 0.05));
 }
 
-// `data` gzip-compressed as one member, or as two one after the other (as `cat a.gz b.gz` makes
-// them); the trailer's size field (its last four bytes) says `claimedSize` when given.
+// `data` gzip-compressed as one member, or, with `lastMember` bytes, as two one after the other
+// (as `cat a.gz b.gz` makes them); the trailer's size field (its last four bytes) says
+// `claimedSize` when given.
 std::vector<uint8_t> gzipped(const std::string& path, const std::vector<uint8_t>& data,
-                             bool twoMembers = false, std::optional<uint32_t> claimedSize = {}) {
-    const size_t half = twoMembers ? data.size() / 2 : data.size();
+                             size_t lastMember = 0, std::optional<uint32_t> claimedSize = {}) {
+    const bool twoMembers = lastMember > 0;
+    const size_t half = data.size() - lastMember;
     const std::pair<const char*, std::pair<size_t, size_t>> members[] = {
         {"wb", {0, half}}, {"ab", {half, data.size() - half}}};
     for (const auto& [mode, part] : members) {
@@ -63,9 +65,11 @@ TEST(HostileInput, PathsThatAreNoPlainSongFilesNeitherBlockNorMislead) {
     ScratchDir dir("hostile-paths");
     writeWav(dir.file("song.wav"), 44100, 44100, halfScaleTone);
     const std::vector<uint8_t> wav = readBytes(dir.file("song.wav"));
-    gzipped(dir.file("song.wav.gz"), wav, true);
-    gzipped(dir.file("bomb.wav.gz"), wav, false, 0xFFFFFFFF); // small file, claims 4 GiB
-    gzipped(dir.file("understated.wav.gz"), wav, false, 16);  // less than the data holds
+    gzipped(dir.file("song.wav.gz"), wav, wav.size() / 2);
+    writeWav(dir.file("long.wav"), 44100, 8 * 44100, halfScaleTone);        // 1.4 MB
+    gzipped(dir.file("long.wav.gz"), readBytes(dir.file("long.wav")), 100); // trailer says 100
+    gzipped(dir.file("bomb.wav.gz"), wav, 0, 0xFFFFFFFF); // small file, claims 4 GiB
+    gzipped(dir.file("understated.wav.gz"), wav, 0, 16);  // less than the data holds
     const std::vector<uint8_t> gz = gzipped(dir.file("truncated.wav.gz"), wav);
     writeBytes(dir.file("truncated.wav.gz"), {gz.begin(), gz.begin() + gz.size() / 2});
     tamberlo::test::PipeWithRescue pipe(dir.file("pipe.wav.gz"));
@@ -85,6 +89,7 @@ TEST(HostileInput, PathsThatAreNoPlainSongFilesNeitherBlockNorMislead) {
         {"missing", dir.file("missing.wav"), -1, "Audio error! (3)", "No packed module"},
         {"stream", "http://127.0.0.1:1/x", -1, "Audio error!", "No packed module"},
         {"two gzip members", dir.file("song.wav.gz"), 1000, "Loaded file:", "Gzip file"},
+        {"small last member", dir.file("long.wav.gz"), 8000, "Loaded file:", "Gzip file"},
         {"gzip bomb", dir.file("bomb.wav.gz"), -1, "claims 4294967295 bytes uncompressed",
          "Loaded file:"},
         // Damaged, or a garbage trailer too large.
