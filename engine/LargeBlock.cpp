@@ -1,6 +1,8 @@
 #include "LargeBlock.h"
 
-#include <sys/mman.h>
+#ifndef _WIN32
+#include <sys/mman.h> // madvise; Windows has no huge-page hint for heap blocks
+#endif
 
 namespace engine_detail {
 namespace {
