@@ -15,6 +15,7 @@ struct FrameHeader {
     int bitRateKbps = 0;
     int sampleRate = 0;
     int channels = 0;
+    bool crc = false; // a 16-bit CRC follows the header
     uint32_t frameBytes = 0;
 };
 
@@ -53,6 +54,7 @@ std::optional<FrameHeader> parseHeader(const std::array<uint8_t, 4>& b) {
     const int divisor = header.version == 1 ? 1 : header.version == 2 ? 2 : 4;
     header.sampleRate = Mpeg1Rates[rateIndex] / divisor;
     header.channels = mode == 3 ? 1 : 2;
+    header.crc = (b[1] & 1) == 0;
     const uint32_t bitsPerSecond = static_cast<uint32_t>(header.bitRateKbps) * 1000;
     const auto rate = static_cast<uint32_t>(header.sampleRate);
     if (header.layer == 1) {
@@ -119,6 +121,53 @@ uint64_t skipZeroPadding(MpegByteSource& source, uint64_t offset) {
     return offset;
 }
 
+// The first header of a chain of MinChainHeaders frames of one stream at `offset`, or nothing.
+std::optional<FrameHeader> chainAt(MpegByteSource& source, uint64_t offset) {
+    const auto first = headerAt(source, offset);
+    if (!first) {
+        return std::nullopt;
+    }
+    offset += first->frameBytes;
+    for (int count = 1; count < MinChainHeaders; ++count) {
+        const auto next = headerAt(source, offset);
+        if (!next || !sameStream(*first, *next)) {
+            return std::nullopt;
+        }
+        offset += next->frameBytes;
+    }
+    return first;
+}
+
+// The stream's size in bytes (from this frame on) that a Xing or Info tag in the layer III
+// frame at `offset` states, or nothing when there is no such tag or it has no size.
+std::optional<uint64_t> taggedStreamBytes(MpegByteSource& source, uint64_t offset,
+                                          const FrameHeader& frame) {
+    if (frame.layer != 3) {
+        return std::nullopt;
+    }
+    const bool mono = frame.channels == 1;
+    const uint64_t sideInfo = frame.version == 1 ? (mono ? 17 : 32) : (mono ? 9 : 17);
+    // "Xing" or "Info", the flags, then the frame count and the byte count when flagged.
+    std::array<uint8_t, 16> tag{};
+    const uint64_t at = offset + 4 + (frame.crc ? 2 : 0) + sideInfo;
+    if (source.readAt(at, tag.data(), tag.size()) != tag.size()) {
+        return std::nullopt;
+    }
+    const auto word = [&tag](size_t index) {
+        return uint32_t{tag[index]} << 24 | uint32_t{tag[index + 1]} << 16 |
+               uint32_t{tag[index + 2]} << 8 | tag[index + 3];
+    };
+    constexpr uint32_t Xing = 0x58696E67;
+    constexpr uint32_t Info = 0x496E666F;
+    constexpr uint32_t HasFrames = 1;
+    constexpr uint32_t HasBytes = 2;
+    const uint32_t flags = word(4);
+    if ((word(0) != Xing && word(0) != Info) || (flags & HasBytes) == 0) {
+        return std::nullopt;
+    }
+    return word((flags & HasFrames) != 0 ? 12 : 8);
+}
+
 } // namespace
 
 std::optional<MpegStreamStart> findMpegStreamStart(MpegByteSource& source) {
@@ -127,17 +176,13 @@ std::optional<MpegStreamStart> findMpegStreamStart(MpegByteSource& source) {
         return std::nullopt;
     }
     const uint64_t start = skipZeroPadding(source, *afterTags);
-    const auto first = headerAt(source, start);
+    const auto first = chainAt(source, start);
     if (!first) {
         return std::nullopt;
     }
-    uint64_t offset = start + first->frameBytes;
-    for (int count = 1; count < MinChainHeaders; ++count) {
-        const auto next = headerAt(source, offset);
-        if (!next || !sameStream(*first, *next)) {
-            return std::nullopt;
-        }
-        offset += next->frameBytes;
+    const auto streamBytes = taggedStreamBytes(source, start, *first);
+    if (streamBytes && chainAt(source, start + *streamBytes)) {
+        return std::nullopt; // another file's frames follow the tagged stream
     }
     MpegStreamStart found;
     found.audioOffset = start;

@@ -10,7 +10,10 @@
 // at the offsets the previous frame's size gives. Every header in the chain is valid (sync,
 // version, layer, bit rate index 1..14 so never free format, sample rate index 0..2, emphasis
 // other than 2) and has the same version, layer, sample rate and channel count as the first.
-// Anything else, also a file too short for the chain, is left to the other decoders.
+// Anything else, also a file too short for the chain, is left to the other decoders, and so are
+// files joined end to end: when the first frame's Xing or Info tag states the stream's size and
+// another chain of frames starts right after it, libmpg123 would stop at the end of the first
+// file (its gapless trimming needs one stream), where FFmpeg plays them all.
 //
 // Threading: pure functions on the caller's source; any thread.
 

@@ -90,8 +90,11 @@ Result Mpg123Decoder::start(const MpegStreamStart& start, bool exactLength) {
         return Result::FormatCorrupt;
     }
     sampleRate_ = static_cast<int>(rate);
-    if (exactLength && mpg123_scan(handle) != MPG123_OK) {
-        return Result::FormatCorrupt;
+    if (exactLength) {
+        const Result scanned = scanFrames();
+        if (scanned != Result::Ok) {
+            return scanned;
+        }
     }
     findLengthAndBitRate(start, exactLength);
 
@@ -100,6 +103,24 @@ Result Mpg123Decoder::start(const MpegStreamStart& start, bool exactLength) {
     pending_.resize(got * 2);
     pendingOffset_ = 0;
     return got > 0 ? Result::Ok : Result::FormatCorrupt;
+}
+
+Result Mpg123Decoder::scanFrames() {
+    mpg123_handle* handle = handle_.get();
+    const off_t announced = mpg123_length(handle);
+    long delay = -1;
+    double unused = 0;
+    const bool gapless =
+        mpg123_getstate(handle, MPG123_ENC_DELAY, &delay, &unused) == MPG123_OK && delay >= 0;
+    if (mpg123_scan(handle) != MPG123_OK) {
+        return Result::FormatCorrupt;
+    }
+    // A LAME tag that counts frames which are not there (a cut file) makes libmpg123 drop the
+    // gapless trimming once the scan finds the real end; FFmpeg still trims the start.
+    if (gapless && mpg123_length(handle) != announced) {
+        return Result::FormatUnsupported;
+    }
+    return Result::Ok;
 }
 
 void Mpg123Decoder::findLengthAndBitRate(const MpegStreamStart& start, bool exactLength) {

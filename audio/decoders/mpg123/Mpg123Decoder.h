@@ -51,13 +51,17 @@ public:
 
     // Second step of opening: the library handle on the bytes, the format (which must match
     // `start`), the length (every frame header read when `exactLength`) and the first decoded
-    // frames. Returns Ok, FormatUnsupported (the library lacks float output) or FormatCorrupt.
+    // frames. Returns Ok, FormatUnsupported (the library lacks float output, or a LAME tag
+    // counts frames the data does not have) or FormatCorrupt.
     Result start(const MpegStreamStart& start, bool exactLength);
 
 private:
     // Decodes up to `frames` frames into `out`; fewer at the end of the data or on an error
     // (then ended_ is set, and lastError_ for an error).
     size_t decode(float* out, size_t frames);
+    // Reads every frame header for the exact length. Returns Ok, FormatCorrupt, or
+    // FormatUnsupported when the LAME tag's frame count is wrong (FFmpeg handles such files).
+    Result scanFrames();
     void findLengthAndBitRate(const MpegStreamStart& start, bool exactLength);
 
     std::unique_ptr<MpegByteSource> bytes_; // before handle_: the open handle reads from it
