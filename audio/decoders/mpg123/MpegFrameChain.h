@@ -1,8 +1,8 @@
 #pragma once
 // The rule that decides whether data surely is MPEG audio (layer I, II or III), checked before
-// libmpg123 sees it. libmpg123 itself would search far into any data for something that looks
-// like a frame; that must never happen to random bytes or a packed module, which go on to the
-// other decoders and, in the end, the module ripper.
+// libmpg123 sees it. libmpg123 itself skips junk until something looks like a frame; random
+// bytes or a packed module must never be played that way, they go on to the other decoders
+// and, in the end, the module ripper.
 //
 // The rule: after zero or more ID3v2 tags at the very start (each "ID3", a major version 2..4,
 // a minor version other than 0xFF and a size of four 7-bit bytes; a footer adds 10 bytes) and at
