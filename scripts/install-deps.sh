@@ -9,7 +9,7 @@ packages=(
     cmake ninja-build g++ pkg-config clang-format
     qt6-base-dev qt6-base-dev-tools
     libavformat-dev libavcodec-dev libavutil-dev libswresample-dev
-    libopenmpt-dev libsoxr-dev libsdl2-dev zlib1g-dev libminizip-dev
+    libopenmpt-dev libmpg123-dev libsoxr-dev libsdl2-dev zlib1g-dev libminizip-dev
     # the libraries of the codec plug-ins
     libsidplayfp-dev libgme-dev libaudiofile-dev libadplug-dev libmodplug-dev
     # tests and benchmarks

@@ -99,9 +99,9 @@ struct DecoderSource {
 };
 
 // Picks the decoder for `source`: plug-ins first (those that claim the data), then libopenmpt
-// (by content, not by extension), then FFmpeg. A decoder is accepted only when it is confident
-// and its first frames decode, so random bytes and packed modules are refused. A source with a
-// range gets the chosen decoder wrapped in a RangeDecoder.
+// (by content, not by extension), then libmpg123 (local MPEG audio), then FFmpeg. A decoder is
+// accepted only when it is confident and its first frames decode, so random bytes and packed
+// modules are refused. A source with a range gets the chosen decoder wrapped in a RangeDecoder.
 // Returns Ok with *out set, or FileNotFound, FileUnreadable, FormatUnsupported, FormatCorrupt,
 // ProtocolRefused, and for URLs NetworkConnect, NetworkTimeout, NetworkTooSlow, HttpError,
 // NetworkBadAnswer, NetworkRead or StreamOverBudget; for a range, also InvalidParameter (empty,

@@ -5,6 +5,7 @@
 #include "SourceLocation.h"
 #include "ffmpeg/FfmpegDecoder.h"
 #include "ffmpeg/FfmpegFormats.h"
+#include "mpg123/Mpg123Decoder.h"
 #include "openmpt/OpenMptDecoder.h"
 #include "plugin/IsolatedPluginDecoder.h"
 #include "plugin/LoadedPlugin.h"
@@ -151,6 +152,16 @@ Result openWholeSource(const DecoderSource& source, const PluginRegistry* plugin
             return opened;
         }
         failure = opened;
+    }
+
+    // MPEG audio that passes the frame-chain rule: libopenmpt has loaded libmpg123 already,
+    // so an MP3 plays without FFmpeg. Anything else goes on to FFmpeg as before.
+    const Result mpeg = mpg123_decoder::openMpg123Decoder(where, source, out);
+    if (mpeg == Result::Ok) {
+        return mpeg;
+    }
+    if (mpeg != Result::FormatUnsupported) {
+        failure = mpeg;
     }
 
     if (ffmpeg::isInputList(head, headSize)) {
