@@ -32,6 +32,7 @@ const char* errorString(Result result) {
         "The server answered with an error (HTTP 4xx or 5xx). ",
         "No usable answer from the server: unknown host, redirect loop or broken reply. ",
         "The stream sent too much data without any sound in it. ",
+        "The FFmpeg decoder module (libtamberlo-ffmpeg) is missing or broken. ",
     };
     const int index = static_cast<int>(result);
     if (index < 0 || index >= static_cast<int>(texts.size())) {

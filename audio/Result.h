@@ -33,6 +33,7 @@ enum class Result : int {
     HttpError = 22,        // the server answered with an error status (4xx or 5xx)
     NetworkBadAnswer = 23, // unknown host, a redirect loop, or an answer that is not HTTP
     StreamOverBudget = 24, // a stream sent more than the player keeps without sound coming out
+    NoFfmpegModule = 25,   // the FFmpeg decoder module is missing, broken or of another build
 };
 
 // A short English text for the code that ends with one blank, e.g. "File not found. ".

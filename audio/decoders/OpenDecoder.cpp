@@ -1,10 +1,9 @@
 // openDecoder: tries the decoders in a fixed order and keeps the first that accepts the source.
 #include "Decoder.h"
+#include "FfmpegModule.h"
 #include "PluginRegistry.h"
 #include "RangeDecoder.h"
 #include "SourceLocation.h"
-#include "ffmpeg/FfmpegDecoder.h"
-#include "ffmpeg/FfmpegFormats.h"
 #include "mpg123/Mpg123Decoder.h"
 #include "openmpt/OpenMptDecoder.h"
 #include "plugin/IsolatedPluginDecoder.h"
@@ -81,7 +80,7 @@ Result openWholeSource(const DecoderSource& source, const PluginRegistry* plugin
         return resolved;
     }
     if (where.kind == SourceKind::NetworkUrl) {
-        return ffmpeg::openFfmpegDecoder(where, source, out);
+        return ffmpeg_module::openDecoder(where, source, out);
     }
 
     // Local data: let the content probes look at the first bytes.
@@ -164,10 +163,10 @@ Result openWholeSource(const DecoderSource& source, const PluginRegistry* plugin
         failure = mpeg;
     }
 
-    if (ffmpeg::isInputList(head, headSize)) {
+    if (ffmpeg_module::isInputList(head, headSize)) {
         return Result::ProtocolRefused;
     }
-    const Result opened = ffmpeg::openFfmpegDecoder(where, source, out);
+    const Result opened = ffmpeg_module::openDecoder(where, source, out);
     if (opened == Result::FormatUnsupported && failure != Result::FormatUnsupported) {
         return failure;
     }

@@ -1,79 +1,65 @@
-// The sound device through SDL2: SDL's audio thread calls the mixer directly.
+// The sound device: the SDL module (libtamberlo-sdl, sdl/SdlModuleTable.h), loaded the first
+// time an SDL output opens, so programs that render to a file never load SDL.
 #include "Output.h"
+#include "ProgramModule.h"
+#include "sdl/SdlModuleTable.h"
 
-#include <SDL2/SDL.h>
+#include <array>
 
 namespace audio::detail {
 namespace {
 
-// Keeps SDL's audio subsystem initialised for as long as the device is open.
-class SdlAudioSubsystem {
-public:
-    SdlAudioSubsystem() : ok_(SDL_InitSubSystem(SDL_INIT_AUDIO) == 0) {}
-    ~SdlAudioSubsystem() {
-        if (ok_) {
-            SDL_QuitSubSystem(SDL_INIT_AUDIO);
-        }
+// The table, or null with the reason in *error. Loaded once for the process (a function-local
+// static: concurrent first callers wait for the one that loads it).
+const sdl::ModuleTable* sdlModule(std::string* error) {
+    static const ProgramModule module =
+        loadProgramModule(sdl::ModuleName, sdl::ModuleEntryName, sdl::ModuleTableVersion);
+    if (module.table == nullptr) {
+        *error = module.error;
     }
-    SdlAudioSubsystem(const SdlAudioSubsystem&) = delete;
-    SdlAudioSubsystem& operator=(const SdlAudioSubsystem&) = delete;
-    bool ok() const { return ok_; }
-
-private:
-    bool ok_;
-};
+    return static_cast<const sdl::ModuleTable*>(module.table);
+}
 
 class SdlOutput final : public Output {
 public:
-    explicit SdlOutput(Mixer& mixer) : mixer_(mixer) {}
+    SdlOutput(const sdl::ModuleTable& module, Mixer& mixer) : module_(module), mixer_(mixer) {}
     ~SdlOutput() override { close(); }
 
     Result open(int bufferFrames, std::string* error) {
-        if (!subsystem_.ok()) {
-            *error = SDL_GetError();
+        std::array<char, 512> reason{};
+        device_ = module_.open(mixer_.sampleRate(), bufferFrames, &SdlOutput::render, this,
+                               reason.data(), reason.size());
+        if (device_ == nullptr) {
+            *error = reason.data();
             return Result::OutputInitFailed;
         }
-        SDL_AudioSpec want{};
-        want.freq = mixer_.sampleRate();
-        want.format = AUDIO_F32SYS;
-        want.channels = 2;
-        want.samples = static_cast<Uint16>(bufferFrames);
-        want.callback = &SdlOutput::callback;
-        want.userdata = this;
-        SDL_AudioSpec have{};
-        device_ = SDL_OpenAudioDevice(nullptr, 0, &want, &have, 0);
-        if (device_ == 0) {
-            *error = SDL_GetError();
-            return Result::OutputInitFailed;
-        }
-        SDL_PauseAudioDevice(device_, 0);
         return Result::Ok;
     }
 
     void close() override {
-        if (device_ != 0) {
-            SDL_CloseAudioDevice(device_); // waits for a running callback
-            device_ = 0;
-        }
+        module_.close(device_); // waits for a running callback
+        device_ = nullptr;
     }
 
 private:
-    static void callback(void* self, Uint8* stream, int bytes) {
-        auto* output = static_cast<SdlOutput*>(self);
-        const size_t frames = static_cast<size_t>(bytes) / (2 * sizeof(float));
-        output->mixer_.renderTimed(reinterpret_cast<float*>(stream), frames);
+    static void render(void* self, float* out, size_t frames) {
+        static_cast<SdlOutput*>(self)->mixer_.renderTimed(out, frames);
     }
 
+    const sdl::ModuleTable& module_;
     Mixer& mixer_;
-    SdlAudioSubsystem subsystem_;
-    SDL_AudioDeviceID device_ = 0;
+    void* device_ = nullptr;
 };
 
 } // namespace
 
 Result openSdlOutput(Mixer& mixer, int bufferFrames, std::unique_ptr<Output>* out,
                      std::string* error) {
-    auto output = std::make_unique<SdlOutput>(mixer);
+    const sdl::ModuleTable* module = sdlModule(error);
+    if (module == nullptr) {
+        return Result::OutputInitFailed;
+    }
+    auto output = std::make_unique<SdlOutput>(*module, mixer);
     const Result result = output->open(bufferFrames, error);
     if (result == Result::Ok) {
         *out = std::move(output);

@@ -54,7 +54,7 @@ trap cleanup EXIT
 app="$work/app"
 mkdir -p "$app"
 ln "$build/bin/tamberlo" "$app/tamberlo" 2>/dev/null || cp "$build/bin/tamberlo" "$app/tamberlo"
-for part in Resources plugin tamberlo-rip tamberlo-codec-host; do
+for part in Resources plugin tamberlo-rip tamberlo-codec-host libtamberlo-ffmpeg.so libtamberlo-sdl.so; do
     ln -s "$build/bin/$part" "$app/$part"
 done
 

@@ -17,6 +17,9 @@ prefix="$work/prefix"
 cmake --install "$build" --prefix "$prefix" > "$work/install.log" 2>&1 ||
     { cat "$work/install.log"; echo "install failed"; exit 1; }
 appdir="$prefix/$appsub"
+for module in ffmpeg sdl; do
+    [ -f "$appdir/libtamberlo-$module.so" ] || { echo "module $module not installed"; exit 1; }
+done
 QT_QPA_PLATFORM=offscreen "$checker" "$appdir" || exit 1
 
 # The player keeps its temporary files in TMPDIR.

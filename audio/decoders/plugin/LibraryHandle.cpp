@@ -10,7 +10,7 @@ namespace audio {
 
 #ifdef _WIN32
 
-LibraryHandle::LibraryHandle(const std::string& path) {
+LibraryHandle::LibraryHandle(const std::string& path, bool stayLoaded) : stayLoaded_(stayLoaded) {
     handle_ = reinterpret_cast<void*>(::LoadLibraryA(path.c_str()));
     if (handle_ == nullptr) {
         error_ = "LoadLibrary failed with error " + std::to_string(::GetLastError());
@@ -18,7 +18,7 @@ LibraryHandle::LibraryHandle(const std::string& path) {
 }
 
 LibraryHandle::~LibraryHandle() {
-    if (handle_ != nullptr) {
+    if (handle_ != nullptr && !stayLoaded_) {
         ::FreeLibrary(reinterpret_cast<HMODULE>(handle_));
     }
 }
@@ -31,8 +31,8 @@ void* LibraryHandle::symbol(const char* name) const {
 
 #else
 
-LibraryHandle::LibraryHandle(const std::string& path) {
-    handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+LibraryHandle::LibraryHandle(const std::string& path, bool stayLoaded) : stayLoaded_(stayLoaded) {
+    handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | (stayLoaded ? RTLD_NODELETE : 0));
     if (handle_ == nullptr) {
         const char* why = dlerror();
         error_ = why != nullptr ? why : "dlopen failed";

@@ -10,8 +10,9 @@ namespace audio {
 class LibraryHandle {
 public:
     // Opens the library at `path` (must contain a '/', so no search path is used). Check
-    // isOpen(); error() then says why it failed.
-    explicit LibraryHandle(const std::string& path);
+    // isOpen(); error() then says why it failed. With `stayLoaded` the code stays mapped after
+    // the handle closes (RTLD_NODELETE), for libraries whose objects may outlive the handle.
+    explicit LibraryHandle(const std::string& path, bool stayLoaded = false);
     ~LibraryHandle();
     LibraryHandle(const LibraryHandle&) = delete;
     LibraryHandle& operator=(const LibraryHandle&) = delete;
@@ -23,6 +24,7 @@ public:
 
 private:
     void* handle_ = nullptr;
+    [[maybe_unused]] bool stayLoaded_ = false; // read on Windows; dlopen keeps it itself
     std::string error_;
 };
 
