@@ -20,7 +20,7 @@ cp "$bin/tamberlo-render" "$work/"
 for broken in absent text; do
     [ "$broken" = text ] && echo "not a library" >"$work/libtamberlo-ffmpeg.so"
     rc=0
-    "$work/tamberlo-render" --log "$work/log.html" -o "$work/out.wav" "$media/music.mp3" \
+    "$work/tamberlo-render" --log "$work/log.html" -o "$work/out.wav" "$media/music.ogg" \
         "$media/tracker/success_1.it" 2>"$work/err" || rc=$?
     [ "$rc" = 1 ] || fail "$broken module: exit code $rc, expected one failed song"
     grep -q "(25) The FFmpeg decoder module (libtamberlo-ffmpeg) is missing" "$work/log.html" ||
