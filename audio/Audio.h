@@ -96,7 +96,7 @@ struct OutputInfo {
 };
 
 struct CreateSoundInfo {
-    size_t length = 0; // OpenMemory: the block's size in bytes (the block is copied)
+    size_t length = 0; // OpenMemory: the block's size in bytes (the block is copied; see `block`)
     // OpenMemory: when set (and not empty), the sound reads this block, shared and never copied,
     // and the first argument and `length` are not used. A large block is opened at no cost, and
     // it is freed with the last sound (or caller) holding it, on that thread.

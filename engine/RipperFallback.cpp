@@ -1,6 +1,6 @@
 #include "RipperFallback.h"
 
-#include "ApplicationFolder.h"
+#include "ProgramModule.h"
 #include "RipperProcess.h"
 
 #include <cstdio>
@@ -70,7 +70,7 @@ bool readWholeFile(const std::string& path, std::vector<uint8_t>* out) {
 } // namespace
 
 std::string defaultRipperPath() {
-    return applicationFolder() + "/tamberlo-rip";
+    return audio::executableFolder() + "/tamberlo-rip";
 }
 
 RipOutcome ripModule(const std::string& ripper, const std::string& songPath,

@@ -20,7 +20,7 @@ namespace engine_detail {
 inline constexpr const char* RippedModuleName = "-1.mod";
 
 // Where the ripper executable lies when nobody says otherwise: "tamberlo-rip" in the
-// application folder (ApplicationFolder.h).
+// application folder (audio::executableFolder, ProgramModule.h).
 std::string defaultRipperPath();
 
 struct RipOutcome {

@@ -1,8 +1,8 @@
 // SoundEngine start-up, effect chain, master volume and the result check.
 #include "SoundEngine.h"
 
-#include "ApplicationFolder.h"
 #include "EngineLog.h"
+#include "ProgramModule.h"
 
 #include <cmath>
 
@@ -86,7 +86,7 @@ void SoundEngine::init(const audio::OutputSpec& output) {
         engineLog(0, "Trying to load %s", file.c_str());
         // From the application folder only: a "plugin" folder in the current directory (a
         // music folder, say) must never get its code run by the player.
-        lastResult = system->loadPlugin(engine_detail::applicationFolder() + "/plugin/" + file);
+        lastResult = system->loadPlugin(audio::executableFolder() + "/plugin/" + file);
         if (lastResult == audio::Result::Ok) {
             engineLog(0, "Loading of %s completed.", file.c_str());
         } else if (plugin.quietFailure) {

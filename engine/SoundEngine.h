@@ -39,7 +39,7 @@ public:
 
     // Start-up: reverb parameter fields 0.71, 0.56, 0.15, 0.5, 1.0; slots empty; the System
     // created; the seven codec plug-ins tried from "plugin/" in the application folder (never
-    // the current directory; ApplicationFolder.h); speaker
+    // the current directory; ProgramModule.h); speaker
     // mode queried; init with 32 channels on `output` (default Auto: TAMBERLO_OUTPUT, else the
     // sound device); reverb and normalizer created, added and bypassed. Failures are logged.
     // Call once.

@@ -17,7 +17,10 @@
 
 namespace audio {
 
-// The folder of the running executable (/proc/self/exe on Linux); "." when it cannot be read.
+// The folder of the running executable (/proc/self/exe on Linux; what
+// QCoreApplication::applicationDirPath gives, without Qt); "." when it cannot be read. Files
+// the programs run code from (program modules, codec plug-ins, the module ripper) are looked up
+// there and never in the current directory, which may be a music folder anybody could fill.
 std::string executableFolder();
 
 // Where module `name` is looked for: "libtamberlo-NAME.so" beside the executable
