@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 #include "MP3Database.h"
 #include "MprisService.h"
+#include "SessionBusAddress.h"
 #include "SignalCloser.h"
 #include "SingleInstance.h"
 
@@ -72,6 +73,7 @@ int main(int argc, char* argv[]) {
         return parsed.exitCode;
     }
     const CommandLine& line = parsed.line;
+    preventFutileBusAutolaunch();
     QApplication application(argc, argv);
     SingleInstance instance;
     if (const std::optional<int> handedOff = handOffToRunningPlayer(instance, line)) {

@@ -5,6 +5,7 @@
 #include "MprisPlayerAdaptor.h"
 #include "MprisRootAdaptor.h"
 #include "PlayList.h"
+#include "SessionBusAddress.h"
 #include "ui_MP3Database.h"
 
 #include <QDBusConnection>
@@ -21,6 +22,9 @@ MprisService::~MprisService() {
 }
 
 std::optional<QString> MprisService::registerOnSessionBus() {
+    if (const QString unreachable = unreachableBusReason(); !unreachable.isEmpty()) {
+        return "no session bus (" + unreachable + ")";
+    }
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         return "no session bus (" + bus.lastError().message() + ")";

@@ -1,6 +1,7 @@
 #pragma once
 // A lock-free single-producer/single-consumer ring of fixed-size blocks of decoded audio: the
-// decode worker fills blocks, the mixer drains them. All memory is allocated by the constructor.
+// decode worker fills blocks, the mixer drains them. All memory is reserved by the constructor;
+// prefault() commits it before first use, so neither side takes a page fault mid-stream.
 //
 // Threading: exactly one producer thread calls beginWrite/commitWrite and one consumer thread
 // calls front/pop at the same time. reset() only while neither side is active.
@@ -8,10 +9,13 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <cstring>
+
+#include "ZeroedArray.h"
 
 namespace audio::detail {
 
+// All-zero bytes are a valid empty block (ZeroedArray relies on it).
 struct AudioBlock {
     static constexpr size_t MaxFrames = 1024;
     uint32_t epoch = 0;      // the seek generation the block belongs to (stale ones are dropped)
@@ -29,7 +33,7 @@ public:
         while (n < capacity) {
             n *= 2;
         }
-        blocks_ = std::make_unique<AudioBlock[]>(n);
+        blocks_ = makeZeroedArray<AudioBlock>(n);
         mask_ = n - 1;
     }
 
@@ -59,6 +63,11 @@ public:
         tail_.store(tail_.load(std::memory_order_relaxed) + 1, std::memory_order_release);
     }
 
+    // Writes every block once so their pages are committed; only while neither side is active.
+    void prefault() {
+        std::memset(static_cast<void*>(blocks_.get()), 0, capacity() * sizeof(AudioBlock));
+    }
+
     size_t capacity() const { return mask_ + 1; }
     // Blocks the consumer has released so far (counts on across laps; reset() restarts it).
     size_t consumed() const { return tail_.load(std::memory_order_acquire); }
@@ -68,7 +77,7 @@ public:
     }
 
 private:
-    std::unique_ptr<AudioBlock[]> blocks_;
+    ZeroedArray<AudioBlock> blocks_;
     size_t mask_ = 0;
     alignas(64) std::atomic<size_t> head_{0};
     alignas(64) std::atomic<size_t> tail_{0};

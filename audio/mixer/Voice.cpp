@@ -5,7 +5,8 @@
 
 namespace audio::detail {
 
-static_assert(std::atomic<uint64_t>::is_always_lock_free, "the mixer must never take a lock");
+static_assert(std::atomic_ref<uint64_t>::is_always_lock_free, "the mixer must never take a lock");
+static_assert(alignof(std::max_align_t) >= std::atomic_ref<uint64_t>::required_alignment);
 static_assert(sizeof(uint64_t) == 2 * sizeof(float), "a history element holds one stereo frame");
 
 Result Voice::create(int outputRate, size_t maxFrames, std::unique_ptr<Voice>* out) {
@@ -22,11 +23,7 @@ Result Voice::create(int outputRate, size_t maxFrames, std::unique_ptr<Voice>* o
 Voice::Voice(size_t maxFrames, std::unique_ptr<Resampler> resampler, int outputRate)
     : ring_(RingBlocks), resampler_(std::move(resampler)), scratch_(maxFrames * 2),
       maxFrames_(maxFrames), outputRate_(outputRate),
-      wave_(std::make_unique<std::atomic<uint64_t>[]>(WaveHistory)) {
-    for (size_t i = 0; i < WaveHistory; ++i) {
-        wave_[i].store(0, std::memory_order_relaxed);
-    }
-}
+      wave_(makeZeroedArray<uint64_t>(WaveHistory)) {}
 
 void Voice::prepare(int sourceRate, BlockProducer* inlineProducer) {
     ring_.reset();
@@ -46,8 +43,13 @@ void Voice::prepare(int sourceRate, BlockProducer* inlineProducer) {
     resampling_ = false;
     flushed_ = false;
     primed_ = false;
+    // The first use commits the ring's pages here, on the GUI thread, rather than in the mixer.
+    if (!committed_) {
+        ring_.prefault();
+        committed_ = true;
+    }
     for (size_t i = 0; i < WaveHistory; ++i) {
-        wave_[i].store(0, std::memory_order_relaxed);
+        std::atomic_ref<uint64_t>(wave_[i]).store(0, std::memory_order_relaxed);
     }
     waveWritten_.store(0, std::memory_order_release);
 }
@@ -64,8 +66,8 @@ void Voice::copyWave(float* out, size_t count, int side) const {
     const uint64_t written = waveWritten_.load(std::memory_order_acquire);
     const uint64_t first = written - count; // wraps harmlessly: the history starts as zeros
     for (size_t i = 0; i < count; ++i) {
-        const uint64_t frame =
-            wave_[(first + i) & (WaveHistory - 1)].load(std::memory_order_relaxed);
+        const uint64_t frame = std::atomic_ref<uint64_t>(wave_[(first + i) & (WaveHistory - 1)])
+                                   .load(std::memory_order_relaxed);
         float pair[2];
         std::memcpy(pair, &frame, sizeof pair);
         out[i] = pair[side == 0 ? 0 : 1];
@@ -191,18 +193,18 @@ void Voice::recordHistory(const float* frames, size_t count) {
     const size_t kept = std::min(count, WaveHistory);
     const float* from = frames + 2 * (count - kept);
     size_t at = static_cast<size_t>((written + count - kept) & (WaveHistory - 1));
-    std::atomic<uint64_t>* wave = wave_.get();
+    uint64_t* wave = wave_.get();
     for (size_t left = kept; left > 0;) {
         const size_t run = std::min(left, WaveHistory - at);
         if (from == nullptr) {
             for (size_t i = 0; i < run; ++i) {
-                wave[at + i].store(0, std::memory_order_relaxed);
+                std::atomic_ref<uint64_t>(wave[at + i]).store(0, std::memory_order_relaxed);
             }
         } else {
             for (size_t i = 0; i < run; ++i) {
                 uint64_t frame;
                 std::memcpy(&frame, from + 2 * i, sizeof frame);
-                wave[at + i].store(frame, std::memory_order_relaxed);
+                std::atomic_ref<uint64_t>(wave[at + i]).store(frame, std::memory_order_relaxed);
             }
             from += 2 * run;
         }

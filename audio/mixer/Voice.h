@@ -139,8 +139,9 @@ private:
     std::atomic<uint64_t> position_{0};
     std::atomic<uint32_t> epochSeen_{0};
     // One stereo frame per element (left in the low half, as in memory), so the mixer stores a
-    // frame with one plain 64-bit write.
-    std::unique_ptr<std::atomic<uint64_t>[]> wave_;
+    // frame with one plain 64-bit write; accessed through std::atomic_ref only.
+    ZeroedArray<uint64_t> wave_;
+    bool committed_ = false; // GUI thread: the first prepare() has touched ring and history
     std::atomic<uint64_t> waveWritten_{0};
 
     // Mixer-private.

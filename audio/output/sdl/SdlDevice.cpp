@@ -5,6 +5,7 @@
 #include <SDL2/SDL.h>
 
 #include <cstdio>
+#include <mutex>
 #include <new>
 
 #ifdef _WIN32
@@ -15,13 +16,23 @@
 
 namespace {
 
-// Keeps SDL's audio subsystem initialised for as long as the device is open.
+// Keeps SDL's audio part initialised for as long as a device is open. SDL_AudioInit rather
+// than SDL_InitSubSystem: the latter also connects to the D-Bus session and system buses (and,
+// without a session bus, forks to start one), which costs a sound-only user start-up time for
+// nothing. SDL_AudioInit is not counted, so this counts the devices itself.
 class SdlAudioSubsystem {
 public:
-    SdlAudioSubsystem() : ok_(SDL_InitSubSystem(SDL_INIT_AUDIO) == 0) {}
-    ~SdlAudioSubsystem() {
+    SdlAudioSubsystem() {
+        const std::lock_guard<std::mutex> lock(mutex());
+        ok_ = users() > 0 || SDL_AudioInit(nullptr) == 0;
         if (ok_) {
-            SDL_QuitSubSystem(SDL_INIT_AUDIO);
+            ++users();
+        }
+    }
+    ~SdlAudioSubsystem() {
+        const std::lock_guard<std::mutex> lock(mutex());
+        if (ok_ && --users() == 0) {
+            SDL_AudioQuit();
         }
     }
     SdlAudioSubsystem(const SdlAudioSubsystem&) = delete;
@@ -29,7 +40,15 @@ public:
     bool ok() const { return ok_; }
 
 private:
-    bool ok_;
+    static std::mutex& mutex() {
+        static std::mutex instance;
+        return instance;
+    }
+    static int& users() {
+        static int count = 0;
+        return count;
+    }
+    bool ok_ = false;
 };
 
 class SdlDevice {
