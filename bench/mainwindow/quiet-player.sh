@@ -58,7 +58,10 @@ for part in Resources plugin tamberlo-rip tamberlo-codec-host libtamberlo-ffmpeg
     ln -s "$build/bin/$part" "$app/$part"
 done
 
-Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$work/display" 2>/dev/null &
+# -noreset: by default Xvfb resets itself whenever its last client leaves (about 90 ms of work,
+# a keymap compiler run among it), and the next start would wait for that. A desktop's X server
+# has other clients and never resets between two starts of the player.
+Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp -noreset 3>"$work/display" 2>/dev/null &
 xvfb=$!
 for _ in $(seq 100); do
     [ -s "$work/display" ] && break
