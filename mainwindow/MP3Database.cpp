@@ -215,7 +215,20 @@ void MP3Database::showAboutDialog() {
 }
 
 void MP3Database::showPlayListDialog() {
+    playlistShowPending_ = false;
     playList_->show();
+}
+
+void MP3Database::paintEvent(QPaintEvent* event) {
+    QMainWindow::paintEvent(event);
+    if (playlistShowPending_) {
+        // After this paint has reached the screen, not from within it.
+        QTimer::singleShot(0, this, [this] {
+            if (playlistShowPending_) {
+                showPlayListDialog();
+            }
+        });
+    }
 }
 
 void MP3Database::popupminimizeWindow() {

@@ -129,6 +129,9 @@ protected slots:
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    // The first paint opens the playlist window when the settings keep it open: the player
+    // window comes up first and the second window's set-up does not delay it.
+    void paintEvent(QPaintEvent* event) override;
 
 public slots:
     void timerProgress();
@@ -188,6 +191,7 @@ private:
     bool soundLoaded_ = false;
     bool timeDisplayElapsed_ = true;
     bool preloaded_ = false; // the next entry is prepared: starting it skips the loading step
+    bool playlistShowPending_ = false; // the playlist opens after this window's first paint
     bool shutDown_ = false;
     ShownTime shownTime_; // what updateTimeLabel and refreshInfoLabels last wrote
     QString shownTimeText_;

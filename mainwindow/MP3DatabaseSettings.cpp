@@ -66,7 +66,7 @@ void MP3Database::loadSettings() {
     unknownLengthEnabled =
         settings.value(key::UnknownLengthEnabled, def::UnknownLengthEnabled).toBool();
     if (settings.value(key::PlaylistShow, def::PlaylistShow).toBool()) {
-        playList_->show();
+        playlistShowPending_ = true; // see paintEvent
     } else {
         playList_->setHidden(true);
     }
@@ -110,7 +110,7 @@ void MP3Database::saveSettings() {
     settings.setValue(key::VuSensitivity, vuSensitivity);
     settings.setValue(key::UnknownLengthSeconds, unknownLengthSeconds);
     settings.setValue(key::UnknownLengthEnabled, unknownLengthEnabled);
-    settings.setValue(key::PlaylistShow, playList_->isVisible());
+    settings.setValue(key::PlaylistShow, playList_->isVisible() || playlistShowPending_);
     settings.setValue(key::GaplessEnabled, gaplessEnabled);
     settings.setValue(key::GaplessAccurate, gaplessAccurate);
     settings.setValue(key::GaplessCutoff, gaplessCutoff);
