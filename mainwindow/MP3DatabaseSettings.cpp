@@ -74,8 +74,7 @@ void MP3Database::loadSettings() {
     gaplessAccurate = settings.value(key::GaplessAccurate, def::GaplessAccurate).toBool();
     gaplessCutoff = settings.value(key::GaplessCutoff, def::GaplessCutoff).toInt();
     gaplessPreload = settings.value(key::GaplessPreload, def::GaplessPreload).toBool();
-    gaplessSampleExact =
-        settings.value(key::GaplessSampleExact, def::GaplessSampleExact).toBool();
+    gaplessSampleExact = settings.value(key::GaplessSampleExact, def::GaplessSampleExact).toBool();
     playList_->setKeepTempFiles(
         settings.value(key::LoadLastPlaylist, def::LoadLastPlaylist).toBool());
     currentSound = settings.value(key::CurrentSound, def::CurrentSound).toInt();

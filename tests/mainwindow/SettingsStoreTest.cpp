@@ -66,8 +66,8 @@ TEST_F(SettingsStore, FirstStartPlacesThePlaylistBesideAndExitWritesEveryKeyWith
         {"[Normalize]", {"FadeTime=", "Threshhold=", "MaxAmp=", "Enabled=false"}},
         {"[VUMeter]", {"Sensitivity=4000", "Multiplier=1"}},
         {"[UnknownSonglength]", {"Seconds=90", "Enabled=false"}},
-        {"[GaplessPlayback]", {"Enabled=false", "Accurate=false", "Cutoff=10", "Preload=false",
-                                  "SampleExact=false"}},
+        {"[GaplessPlayback]",
+         {"Enabled=false", "Accurate=false", "Cutoff=10", "Preload=false", "SampleExact=false"}},
         {"[PlayList]", {"LoadLastPlayList=true", "CurrentSound=0"}},
     };
     const QStringList lines = text.split('\n');
