@@ -27,44 +27,41 @@ QString buttonSheet(const QString& appDir, const QString& name, const QString& i
     return sheet;
 }
 
-QString verticalSliderSheet(const QString& appDir) {
-    return "QSlider::groove:vertical{border: 1px solid #cccccc;height: 71px;"
-           "background: solid #333333;margin: 0px 8px;}"
-           "QSlider::handle:vertical{image: " +
-           url(appDir, "slider.png") +
-           ";border: none;margin: -6px -8px;}"
-           "QSlider::handle:vertical:pressed{image: " +
-           url(appDir, "slider-down.png") + ";border: none;margin: -6px -8px;}";
+// The rules of the slider `name`: its groove and its handle, plain and pressed.
+QString sliderSheet(const QString& appDir, const QString& name, const QString& orientation,
+                    const QString& groove, const QString& handleMargin) {
+    const QString slider = "QSlider#" + name + "::";
+    return slider + "groove:" + orientation + "{" + groove + "}" + slider +
+           "handle:" + orientation + "{image: " + url(appDir, "slider.png") +
+           ";border: none;margin: " + handleMargin + ";}" + slider + "handle:" + orientation +
+           ":pressed{image: " + url(appDir, "slider-down.png") +
+           ";border: none;margin: " + handleMargin + ";}";
 }
 
-QString horizontalSliderSheet(const QString& appDir, const QString& handleMargin) {
-    return "QSlider::groove:horizontal{border: 1px solid #cccccc;height: 4px;"
-           "background: solid #333333;margin: 2px 0;}"
-           "QSlider::handle:horizontal{image: " +
-           url(appDir, "slider.png") + ";border: none;margin: " + handleMargin +
-           ";}"
-           "QSlider::handle:horizontal:pressed{image: " +
-           url(appDir, "slider-down.png") + ";border: none;margin: " + handleMargin + ";}";
+QString verticalSliderSheet(const QString& appDir, const QString& name) {
+    return sliderSheet(appDir, name, "vertical",
+                       "border: 1px solid #cccccc;height: 71px;"
+                       "background: solid #333333;margin: 0px 8px;",
+                       "-6px -8px");
 }
 
-QString checkBoxSheet(const QString& appDir) {
+QString horizontalSliderSheet(const QString& appDir, const QString& name,
+                              const QString& handleMargin) {
+    return sliderSheet(appDir, name, "horizontal",
+                       "border: 1px solid #cccccc;height: 4px;background: solid #333333;"
+                       "margin: 2px 0;",
+                       handleMargin);
+}
+
+QString checkBoxSheet(const QString& appDir, const QString& name) {
+    const QString box = "QCheckBox#" + name;
     const QString pressed = url(appDir, "checkbox-pressed.png");
-    return "QCheckBox{spacing: 2px;color: #c8d2d6;}"
-           "QCheckBox::indicator{width: 13px;height: 13px;}"
-           "QCheckBox::indicator:unchecked{image: " +
-           url(appDir, "checkbox-off.png") +
-           ";}"
-           "QCheckBox::indicator:checked{image: " +
-           url(appDir, "checkbox-on.png") +
-           ";}"
-           "QCheckBox::indicator:unchecked:pressed{image: " +
-           pressed +
-           ";}"
-           "QCheckBox::indicator:checked:pressed{image: " +
-           pressed +
-           ";}"
-           "QCheckBox::indicator:indeterminate:pressed{image: " +
-           pressed + ";}";
+    return box + "{spacing: 2px;color: #c8d2d6;}" + box + "::indicator{width: 13px;height: 13px;}" +
+           box + "::indicator:unchecked{image: " + url(appDir, "checkbox-off.png") + ";}" + box +
+           "::indicator:checked{image: " + url(appDir, "checkbox-on.png") + ";}" + box +
+           "::indicator:unchecked:pressed{image: " + pressed + ";}" + box +
+           "::indicator:checked:pressed{image: " + pressed + ";}" + box +
+           "::indicator:indeterminate:pressed{image: " + pressed + ";}";
 }
 
 QString backgroundSheet(const QString& appDir, const QString& name, const QString& image) {
@@ -126,28 +123,25 @@ void applyPlayerTextColours(Ui::MP3DatabaseClass& ui) {
 }
 
 void applyPlayerStyleSheets(Ui::MP3DatabaseClass& ui, const QString& appDir) {
-    ui.buttonPrev->setStyleSheet(buttonSheet(appDir, "buttonPrev", "prev.png", "prev-down.png"));
-    ui.buttonPlay->setStyleSheet(buttonSheet(appDir, "buttonPlay", "play.png", "play-down.png"));
-    ui.buttonPause->setStyleSheet(
-        buttonSheet(appDir, "buttonPause", "pause.png", "pause-down.png", true));
-    ui.buttonStop->setStyleSheet(buttonSheet(appDir, "buttonStop", "stop.png", "stop-down.png"));
-    ui.buttonNext->setStyleSheet(buttonSheet(appDir, "buttonNext", "next.png", "next-down.png"));
-    ui.buttonPrevSub->setStyleSheet(
-        buttonSheet(appDir, "buttonPrevSub", "prevsub.png", "prevsub-down.png"));
-    ui.buttonNextSub->setStyleSheet(
-        buttonSheet(appDir, "buttonNextSub", "nextsub.png", "nextsub-down.png"));
-    ui.labelLCDOverlay->setStyleSheet(
-        backgroundSheet(appDir, "labelLCDOverlay", "lcd-overlay.png"));
-    ui.sliderPitch->setStyleSheet(verticalSliderSheet(appDir));
-    ui.sliderVolume->setStyleSheet(verticalSliderSheet(appDir));
-    ui.sliderBalance->setStyleSheet(horizontalSliderSheet(appDir, "-4px -5px"));
-    ui.sliderProgress->setStyleSheet(horizontalSliderSheet(appDir, "-8px -1px"));
-    ui.buttonNormalize->setStyleSheet(checkBoxSheet(appDir));
-    ui.buttonReverb->setStyleSheet(checkBoxSheet(appDir));
-    ui.buttonQuit->setStyleSheet(buttonSheet(appDir, "buttonQuit", "quit.png", "quit-down.png"));
-    ui.buttonMinimize->setStyleSheet(
-        buttonSheet(appDir, "buttonMinimize", "minimize.png", "minimize-down.png"));
-    ui.labelBackground->setStyleSheet(backgroundSheet(appDir, "labelBackground", "main.png"));
+    // One sheet on the form's root, every rule naming its widget: parsed once and served by one
+    // style object, where a sheet per widget costs a parse and a style object each.
+    const QString sheet =
+        buttonSheet(appDir, "buttonPrev", "prev.png", "prev-down.png") +
+        buttonSheet(appDir, "buttonPlay", "play.png", "play-down.png") +
+        buttonSheet(appDir, "buttonPause", "pause.png", "pause-down.png", true) +
+        buttonSheet(appDir, "buttonStop", "stop.png", "stop-down.png") +
+        buttonSheet(appDir, "buttonNext", "next.png", "next-down.png") +
+        buttonSheet(appDir, "buttonPrevSub", "prevsub.png", "prevsub-down.png") +
+        buttonSheet(appDir, "buttonNextSub", "nextsub.png", "nextsub-down.png") +
+        backgroundSheet(appDir, "labelLCDOverlay", "lcd-overlay.png") +
+        verticalSliderSheet(appDir, "sliderPitch") + verticalSliderSheet(appDir, "sliderVolume") +
+        horizontalSliderSheet(appDir, "sliderBalance", "-4px -5px") +
+        horizontalSliderSheet(appDir, "sliderProgress", "-8px -1px") +
+        checkBoxSheet(appDir, "buttonNormalize") + checkBoxSheet(appDir, "buttonReverb") +
+        buttonSheet(appDir, "buttonQuit", "quit.png", "quit-down.png") +
+        buttonSheet(appDir, "buttonMinimize", "minimize.png", "minimize-down.png") +
+        backgroundSheet(appDir, "labelBackground", "main.png");
+    ui.centralWidget->setStyleSheet(sheet);
 }
 
 } // namespace skin

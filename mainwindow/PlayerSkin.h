@@ -38,7 +38,8 @@ void applyPlayerFonts(Ui::MP3DatabaseClass& ui, const QString& appDir);
 // Text colours of the labels that have no style sheet: ink on the LCD, light on the body.
 void applyPlayerTextColours(Ui::MP3DatabaseClass& ui);
 
-// One style sheet per widget, in a fixed order, with pressed and checked images.
+// The buttons, sliders, check boxes and backgrounds with their pressed and checked images, as
+// one style sheet on the form's central widget whose rules each name their widget.
 void applyPlayerStyleSheets(Ui::MP3DatabaseClass& ui, const QString& appDir);
 
 } // namespace skin

@@ -62,10 +62,9 @@ TEST_F(Display, BalanceAndPitchSnapToTheirRestValuesAndLabelTheValue) {
     EXPECT_EQ(labelText(window, "labelBalance"), "Center");
     EXPECT_EQ(labelText(window, "labelPitch"), "100%");
     // The skinned grooves are a few dozen pixels long, so not every value has a pixel: give
-    // the sliders the plain style and room enough that every value is reachable by a click.
-    for (NoPageSlider* slider : {balance, pitch}) {
-        slider->setStyleSheet(QString());
-    }
+    // the form the plain style and the sliders room enough that every value is reachable by a
+    // click.
+    formWidget<QWidget>(window, "centralWidget")->setStyleSheet(QString());
     balance->resize(800, balance->height());
     pitch->resize(pitch->width(), 800);
 

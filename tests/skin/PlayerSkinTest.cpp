@@ -41,7 +41,7 @@ TEST(PlayerSkin, ButtonsShowTheirDownPictureWhilePressedAndPauseWhileChecked) {
     PlayerSession session;
     Ui::MP3DatabaseClass& form = session.player().form();
     // The player takes its pictures from its own application folder ...
-    EXPECT_TRUE(form.buttonPlay->styleSheet().contains(
+    EXPECT_TRUE(form.centralWidget->styleSheet().contains(
         "url(\"" + QCoreApplication::applicationDirPath() + "/Resources/play.png\")"));
     // ... here the test binary's folder: draw from the player's own folder to be sure.
     const QString appDir = qEnvironmentVariable("TAMBERLO_APP_DIR");
