@@ -203,10 +203,15 @@ Result SystemCore::startChannel(Sound* sound, bool paused, const Queue* after, C
         slot->inUse = false;
         return Result::InvalidHandle;
     }
+    const Result prepared =
+        slot->voice->prepare(impl.sampleRate(), offline_ ? slot->feeder.get() : nullptr);
+    if (prepared != Result::Ok) {
+        slot->inUse = false;
+        return prepared;
+    }
     slot->sound = sound;
     slot->epoch = 0;
     slot->sourceRate = impl.sampleRate();
-    slot->voice->prepare(impl.sampleRate(), offline_ ? slot->feeder.get() : nullptr);
     // Two blocks decoded here let the first callback play at once; more would keep the GUI
     // waiting on a slow network stream.
     slot->feeder->start(impl.playbackSource(), offline_ ? 0 : 2, !offline_);

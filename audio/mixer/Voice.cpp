@@ -10,22 +10,25 @@ static_assert(alignof(std::max_align_t) >= std::atomic_ref<uint64_t>::required_a
 static_assert(sizeof(uint64_t) == 2 * sizeof(float), "a history element holds one stereo frame");
 
 Result Voice::create(int outputRate, size_t maxFrames, std::unique_ptr<Voice>* out) {
-    std::unique_ptr<Resampler> resampler;
-    // Channel::setFrequency keeps the ratio at or below MaxSpeed.
-    const Result made = Resampler::create(8.0, &resampler);
-    if (made != Result::Ok) {
-        return made;
-    }
-    out->reset(new Voice(maxFrames, std::move(resampler), outputRate));
+    out->reset(new Voice(maxFrames, outputRate));
     return Result::Ok;
 }
 
-Voice::Voice(size_t maxFrames, std::unique_ptr<Resampler> resampler, int outputRate)
-    : ring_(RingBlocks), resampler_(std::move(resampler)), scratch_(maxFrames * 2),
-      maxFrames_(maxFrames), outputRate_(outputRate),
+Voice::Voice(size_t maxFrames, int outputRate)
+    : ring_(RingBlocks), scratch_(maxFrames * 2), maxFrames_(maxFrames), outputRate_(outputRate),
       wave_(makeZeroedArray<uint64_t>(WaveHistory)) {}
 
-void Voice::prepare(int sourceRate, BlockProducer* inlineProducer) {
+Result Voice::prepare(int sourceRate, BlockProducer* inlineProducer) {
+    // The first use makes the resampler and commits the ring's pages, here on the GUI thread
+    // rather than at start-up for voices that may never play, and never in the mixer.
+    if (!resampler_) {
+        // Channel::setFrequency keeps the ratio at or below MaxSpeed.
+        const Result made = Resampler::create(8.0, &resampler_);
+        if (made != Result::Ok) {
+            return made;
+        }
+        ring_.prefault();
+    }
     ring_.reset();
     resampler_->clear();
     inlineProducer_ = inlineProducer;
@@ -43,15 +46,11 @@ void Voice::prepare(int sourceRate, BlockProducer* inlineProducer) {
     resampling_ = false;
     flushed_ = false;
     primed_ = false;
-    // The first use commits the ring's pages here, on the GUI thread, rather than in the mixer.
-    if (!committed_) {
-        ring_.prefault();
-        committed_ = true;
-    }
     for (size_t i = 0; i < WaveHistory; ++i) {
         std::atomic_ref<uint64_t>(wave_[i]).store(0, std::memory_order_relaxed);
     }
     waveWritten_.store(0, std::memory_order_release);
+    return Result::Ok;
 }
 
 uint64_t Voice::position() const {

@@ -42,14 +42,16 @@ public:
     static constexpr size_t WaveHistory = 16384; // power of two
     static constexpr size_t RingBlocks = 32;
 
-    // Allocates the ring, resampler and buffers for chunks of up to maxFrames output frames.
+    // Reserves the ring and buffers for chunks of up to maxFrames output frames; the resampler
+    // is made by the first prepare().
     static Result create(int outputRate, size_t maxFrames, std::unique_ptr<Voice>* out);
 
     BlockRing& ring() { return ring_; }
     int outputRate() const { return outputRate_; }
 
-    // GUI thread, while the mixer ignores the voice: readies it for a new sound.
-    void prepare(int sourceRate, BlockProducer* inlineProducer);
+    // GUI thread, while the mixer ignores the voice: readies it for a new sound. Fails only
+    // when the first call cannot make the resampler (the voice then stays unused).
+    Result prepare(int sourceRate, BlockProducer* inlineProducer);
     // GUI thread: hands the prepared voice to the mixer.
     void start(bool paused) {
         paused_.store(paused, std::memory_order_relaxed);
@@ -102,7 +104,7 @@ public:
     bool render(float* mix, size_t frames, uint64_t pass);
 
 private:
-    Voice(size_t maxFrames, std::unique_ptr<Resampler> resampler, int outputRate);
+    Voice(size_t maxFrames, int outputRate);
     bool renderPass(float* mix, size_t frames);
     // Mixer thread: starts this Queued voice and renders it into the `frames` frames left in
     // the predecessor's chunk. False when it was no longer Queued (stopped by the GUI).
@@ -120,7 +122,7 @@ private:
     void finish(float* rest, size_t restFrames, bool* underrun);
 
     BlockRing ring_;
-    std::unique_ptr<Resampler> resampler_;
+    std::unique_ptr<Resampler> resampler_; // made by the first prepare()
     std::vector<float> scratch_;
     size_t maxFrames_;
     int outputRate_;
@@ -141,7 +143,6 @@ private:
     // One stereo frame per element (left in the low half, as in memory), so the mixer stores a
     // frame with one plain 64-bit write; accessed through std::atomic_ref only.
     ZeroedArray<uint64_t> wave_;
-    bool committed_ = false; // GUI thread: the first prepare() has touched ring and history
     std::atomic<uint64_t> waveWritten_{0};
 
     // Mixer-private.
