@@ -4,14 +4,14 @@
 // prefault() commits it before first use, so neither side takes a page fault mid-stream.
 //
 // Threading: exactly one producer thread calls beginWrite/commitWrite and one consumer thread
-// calls front/pop at the same time. reset() only while neither side is active.
+// calls front/pop at the same time. reset() and prefault() only while neither side is active.
+
+#include "ZeroedArray.h"
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-
-#include "ZeroedArray.h"
 
 namespace audio::detail {
 
