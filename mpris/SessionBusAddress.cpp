@@ -14,7 +14,9 @@ bool preventFutileBusAutolaunch() {
     if (!runtime.isEmpty() && QFileInfo::exists(runtime + "/bus")) {
         return false; // the library finds this bus itself
     }
-    if (!QStandardPaths::findExecutable("dbus-launch").isEmpty()) {
+    // The library runs dbus-launch from its own install folder first, then from PATH.
+    if (!QStandardPaths::findExecutable("dbus-launch", {"/usr/bin"}).isEmpty() ||
+        !QStandardPaths::findExecutable("dbus-launch").isEmpty()) {
         return false; // autolaunch may work: leave it to the library
     }
     return qputenv("DBUS_SESSION_BUS_ADDRESS", UnreachableBusAddress);

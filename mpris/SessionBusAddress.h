@@ -13,7 +13,7 @@
 inline constexpr char UnreachableBusAddress[] = "disabled:";
 
 // Sets DBUS_SESSION_BUS_ADDRESS to UnreachableBusAddress when no bus is advertised and
-// dbus-launch is not on PATH; leaves the environment alone otherwise. Returns true when it set
+// dbus-launch is neither in /usr/bin nor on PATH; leaves the environment alone otherwise. Returns true when it set
 // the address. Does nothing on Windows.
 bool preventFutileBusAutolaunch();
 

@@ -113,6 +113,32 @@ for row in "$DBUS_SESSION_BUS_ADDRESS|the name $name is owned by another process
     [ "$(newLog | grep -cF "$why")" -eq 1 ] || fail "not one line: $(newLog | grep -F "$why")"
 done
 
+# No bus advertised at all (no address, no $XDG_RUNTIME_DIR/bus): without dbus-launch the
+# player says so itself rather than letting the bus library fork it to try one; with a
+# dbus-launch to run, the library's own attempt is left alone.
+mkdir -p "$work/no-launcher" "$work/launcher"
+printf '#!/bin/sh\nexit 1\n' >"$work/launcher/dbus-launch"
+chmod +x "$work/launcher/dbus-launch"
+ours="no session bus (no session bus is advertised and dbus-launch is missing)"
+if [ ! -x /usr/bin/dbus-launch ]; then
+    for row in "no-launcher|yes" "launcher|no"; do
+        IFS='|' read -r folder expected <<<"$row"
+        rowStart=$(wc -l <"$log")
+        env -u DBUS_SESSION_BUS_ADDRESS PATH="$work/$folder" "$player" --new-instance \
+            --output null >"$work/other.out" 2>&1 &
+        otherPid=$!
+        pids+=($otherPid)
+        rowLog() { tail -n +"$((rowStart + 1))" "$log"; }
+        waitFor "rowLog | grep -qF 'Media controls (MPRIS) are off: no session bus'" ||
+            fail "$folder: no log line"
+        said=$(rowLog | grep -cF "$ours")
+        [ "$said" -eq "$([ "$expected" = yes ] && echo 1 || echo 0)" ] ||
+            fail "$folder: $(rowLog | grep -F 'MPRIS')"
+        kill -TERM "$otherPid"
+        endsWithZero "$otherPid"
+    done
+fi
+
 # Quit on the bus closes the first player as its Quit button does.
 call --method org.mpris.MediaPlayer2.Quit >/dev/null
 endsWithZero "$playerPid"
